@@ -1,0 +1,12 @@
+// Everything Corvo offers, in one include.
+#ifndef CORVO_H
+#define CORVO_H
+
+#include "CorvoBasicTypes.h"
+#include "CorvoException.h"
+#include "CorvoExport.h"
+#include "CorvoNumberToString.h"
+#include "CorvoUtf8String.h"
+#include "ZimException.h"
+
+#endif

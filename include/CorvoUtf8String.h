@@ -1,0 +1,105 @@
+// Utf8String: text stored as UTF-8 bytes and counted in code points, with
+// the surface of std::string. Also the functions that judge and repair UTF-8.
+#ifndef CORVO_UTF8_STRING_H
+#define CORVO_UTF8_STRING_H
+
+#include "CorvoExport.h"
+
+#include <iosfwd>
+#include <string>
+
+// utfcpp's exceptions reach callers, so their type information must be the
+// same on both sides of the shared library.
+#if defined(__GNUC__) && !defined(_WIN32)
+#pragma GCC visibility push(default)
+#endif
+#include <utf8.h>
+#if defined(__GNUC__) && !defined(_WIN32)
+#pragma GCC visibility pop
+#endif
+
+namespace Vesk {
+namespace Corvo {
+
+// Whether the bytes are valid UTF-8. A length of Utf8String::npos means up to
+// the first NUL byte; a null pointer is never valid.
+CORVO_API bool isValidUtf8(const char* str, unsigned int length);
+
+// The bytes of str. Invalid sequences raise StringEncodingException when
+// strict, and are replaced by U+FFFD otherwise.
+CORVO_API std::string validateUtf8(const std::string& str, bool strict);
+
+// Positions, counts and sizes are code points; npos means "to the end" as a
+// count and "not found" as a result. The text is always valid UTF-8, except
+// after insert(unsigned int, const char*), which takes bytes unexamined.
+class CORVO_API Utf8String
+{
+public:
+    typedef utf8::iterator<std::string::iterator> iterator;
+    typedef utf8::iterator<std::string::const_iterator> const_iterator;
+
+    static const unsigned int npos = 0xFFFFFFFF;
+
+    Utf8String();
+    Utf8String(const Utf8String& str, unsigned int pos = 0, unsigned int n = npos);
+    Utf8String(const std::string& str);
+    Utf8String(const char* s);
+    Utf8String(const char* s, unsigned int n);
+    Utf8String(unsigned int n, unsigned long codePoint);
+    Utf8String(iterator first, iterator last);
+    ~Utf8String();
+
+    Utf8String& operator=(const Utf8String& str);
+    Utf8String& operator=(const std::string& str);
+    Utf8String& operator=(const char* s);
+    Utf8String& operator=(unsigned long codePoint);
+
+    unsigned int size() const;
+    unsigned int length() const;
+    unsigned int bytes() const;
+    bool empty() const;
+    unsigned int capacity() const;
+    unsigned int max_size() const;
+    void reserve(unsigned int n);
+    void resize(unsigned int n, unsigned long codePoint);
+    void clear();
+
+    unsigned long at(unsigned int pos) const;
+    unsigned long operator[](unsigned int pos) const;
+    const char* c_str() const;
+    const char* data() const;
+    const char* asUtf8() const;
+    unsigned int copy(char* dest, unsigned int n, unsigned int pos = 0) const;
+
+    iterator begin();
+    iterator end();
+    const_iterator begin() const;
+    const_iterator end() const;
+
+    // UTF-16 units, one per wchar_t whatever the width of wchar_t, and
+    // UTF-32. The pointer shows the text as it was at the call and stays
+    // valid until the next call of the same operation on this object.
+    const wchar_t* asUtf16() const;
+    const wchar_t* asWideString() const;
+    const unsigned long* asUtf32() const;
+
+    bool addBOM();
+    bool purgeBOM();
+
+    void swap(Utf8String& other);
+
+private:
+    std::string* m_utf8;
+    std::wstring* m_utf16;
+    std::basic_string<unsigned long>* m_utf32;
+};
+
+CORVO_API std::istream& operator>>(std::istream& is, Utf8String& str);
+CORVO_API std::istream& getline(std::istream& is, Utf8String& str, char delimiter = '\n');
+CORVO_API std::ostream& operator<<(std::ostream& os, const Utf8String& str);
+CORVO_API void swap(Utf8String& a, Utf8String& b);
+
+} // namespace Corvo
+} // namespace Vesk
+
+#endif

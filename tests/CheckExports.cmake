@@ -1,0 +1,41 @@
+# Checks the export table of the shared library: the interface is there, the
+# internal classes are not. Names are matched mangled, the same on both
+# platforms.
+if(WINDOWS)
+  execute_process(COMMAND ${OBJDUMP} -p ${LIBRARY} OUTPUT_VARIABLE table RESULT_VARIABLE failed)
+  string(REGEX REPLACE ".*\\[Ordinal/Name Pointer\\] Table" "" table "${table}")
+else()
+  execute_process(COMMAND ${NM} -D --defined-only ${LIBRARY} OUTPUT_VARIABLE table
+                  RESULT_VARIABLE failed)
+endif()
+if(failed)
+  message(FATAL_ERROR "cannot read the symbols of ${LIBRARY}")
+endif()
+
+set(exported
+  _ZN4Vesk5Corvo12validateUtf8
+  _ZN4Vesk5Corvo11isValidUtf8
+  _ZNK4Vesk5Corvo10Utf8String4size
+  _ZTIN4Vesk5Corvo23StringEncodingExceptionE
+  _ZN4Vesk3Zim9ExceptionC
+  _ZN4Vesk5Corvo9MAX_UInt8E
+  _ZN4Vesk5Corvo12alignAddress)
+set(internal
+  11Utf8Encoder
+  11Utf8Decoder
+  28codePointPosition2ByteOffset
+  28byteOffset2CodePointPosition
+  21qualifiedFunctionName)
+
+foreach(symbol IN LISTS exported)
+  string(FIND "${table}" "${symbol}" at)
+  if(at EQUAL -1)
+    message(SEND_ERROR "not exported: ${symbol}")
+  endif()
+endforeach()
+foreach(symbol IN LISTS internal)
+  string(FIND "${table}" "${symbol}" at)
+  if(NOT at EQUAL -1)
+    message(SEND_ERROR "exported but internal: ${symbol}")
+  endif()
+endforeach()

@@ -1,0 +1,37 @@
+// Corvo as an application sees it: through the shared library, with
+// exceptions and data crossing its boundary.
+#include <Corvo.h>
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+using namespace Vesk::Corvo;
+
+TEST(SharedLibrary, ExceptionsCrossTheBoundaryWithTheirTypes)
+{
+    try {
+        validateUtf8("\xFF", true);
+        FAIL() << "no exception";
+    } catch (const Exception& e) {
+        EXPECT_NE(dynamic_cast<const StringEncodingException*>(&e), nullptr);
+        EXPECT_NE(e.getDescription().find("\nFile:\t  src/CorvoUtf8String.cpp\n"), std::string::npos);
+    }
+    EXPECT_THROW(Utf8String(1, 0xD800ul), utf8::invalid_code_point);
+    EXPECT_THROW(Utf8String(1, 0xD800ul), utf8::exception);
+    EXPECT_THROW(Utf8String("a").at(1), std::out_of_range);
+    EXPECT_THROW(Utf8String("a", 2), std::length_error);
+}
+
+TEST(SharedLibrary, DataAndObjectsAreShared)
+{
+    EXPECT_EQ(MAX_UInt16, 65535);
+    const unsigned int& npos = Utf8String::npos;
+    EXPECT_EQ(npos, 0xFFFFFFFFu);
+    Utf8String text(std::string("caf\xC3\xA9"));
+    text.addBOM();
+    EXPECT_EQ(text.size(), 5u);
+    EXPECT_EQ(static_cast<unsigned>(text.asUtf16()[4]), 0xE9u);
+    int aligned[8];
+    EXPECT_TRUE(isAlignedTo(alignAddress(aligned + 1, ALIGNMENT_8), ALIGNMENT_8));
+}
