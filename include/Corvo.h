@@ -3,6 +3,7 @@
 #define CORVO_H
 
 #include "CorvoBasicTypes.h"
+#include "CorvoCriticalSection.h"
 #include "CorvoException.h"
 #include "CorvoExport.h"
 #include "CorvoNumberToString.h"

@@ -1,0 +1,84 @@
+// The Win32 types and calls that Corvo's platform classes use, implemented
+// on POSIX. Only generic POSIX (and Linux where said) code lives in this
+// directory. Declarations follow the Win32 names and signatures; the types
+// keep their Win32 widths (DWORD is 32 bits, WCHAR holds one UTF-16 unit).
+#ifndef CORVO_POSIX_WIN32_API_H
+#define CORVO_POSIX_WIN32_API_H
+
+#include <pthread.h>
+
+#include <cstdarg>
+#include <cstddef>
+#include <cstdint>
+#include <ctime>
+
+// ---------------------------------------------------------------------------
+// Types
+
+typedef int BOOL;
+typedef unsigned char BYTE;
+typedef std::uint16_t WORD;
+typedef std::uint32_t DWORD;
+typedef std::int32_t LONG;
+typedef std::uint32_t ULONG;
+typedef unsigned int UINT;
+typedef char CHAR;
+typedef wchar_t WCHAR; // one UTF-16 unit per element, whatever the width
+typedef void* HANDLE;
+typedef void* LPVOID;
+typedef CHAR* LPSTR;
+typedef const CHAR* LPCSTR;
+typedef const CHAR* LPCCH;
+typedef WCHAR* LPWSTR;
+typedef const WCHAR* LPCWSTR;
+typedef const WCHAR* LPCWCH;
+typedef BOOL* LPBOOL;
+
+#define TRUE 1
+#define FALSE 0
+#define WINAPI
+
+// ---------------------------------------------------------------------------
+// Critical sections: recursive, owner-counted locks of one process.
+
+struct CRITICAL_SECTION
+{
+    pthread_mutex_t mutex;
+};
+typedef CRITICAL_SECTION* LPCRITICAL_SECTION;
+
+void InitializeCriticalSection(LPCRITICAL_SECTION section);
+void DeleteCriticalSection(LPCRITICAL_SECTION section);
+void EnterCriticalSection(LPCRITICAL_SECTION section);
+BOOL TryEnterCriticalSection(LPCRITICAL_SECTION section);
+void LeaveCriticalSection(LPCRITICAL_SECTION section);
+
+// ---------------------------------------------------------------------------
+// Threads
+
+// The kernel's number of the calling thread.
+DWORD GetCurrentThreadId();
+
+// ---------------------------------------------------------------------------
+// C runtime pieces with Microsoft's contracts
+
+typedef std::int64_t __time64_t;
+
+__time64_t _time64(__time64_t* destination);
+// Local time; the result lives in storage of the calling thread.
+struct tm* _localtime64(const __time64_t* time);
+
+// Writes at most count characters. When the text is longer, the buffer
+// holds its first count characters with no terminator, and the result is
+// negative.
+int _vsnprintf(char* buffer, std::size_t count, const char* format, va_list args);
+
+typedef void* _locale_t;
+// Writes at most count wide characters, the terminator included; a longer
+// text is cut and still terminated, and the result is negative. The format
+// reads as on Windows: "%s" and "%c" take wide arguments, "%hs", "%S", "%hc"
+// and "%C" narrow ones. The locale is not used.
+int _vswprintf_c_l(wchar_t* buffer, std::size_t count, const wchar_t* format, _locale_t locale,
+                   va_list args);
+
+#endif

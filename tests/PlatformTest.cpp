@@ -1,0 +1,103 @@
+// The Win32 calls that the library makes, called by their own names. Under
+// Wine this checks what the classes expect of the real API; on Linux the
+// same checks hold Corvo's POSIX layer to it.
+#include "CorvoPlatform.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdarg>
+#include <ctime>
+#include <future>
+#include <string>
+
+namespace {
+
+int formatNarrow(char* buffer, std::size_t count, const char* format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    const int result = _vsnprintf(buffer, count, format, args);
+    va_end(args);
+    return result;
+}
+
+int formatWide(wchar_t* buffer, std::size_t count, const wchar_t* format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    const int result = _vswprintf_c_l(buffer, count, format, nullptr, args);
+    va_end(args);
+    return result;
+}
+
+} // namespace
+
+TEST(Platform, CriticalSectionIsRecursive)
+{
+    CRITICAL_SECTION section;
+    InitializeCriticalSection(&section);
+    EnterCriticalSection(&section);
+    EXPECT_NE(TryEnterCriticalSection(&section), 0);
+    auto tryFromOtherThread = [&] {
+        return std::async(std::launch::async, [&] {
+                   const BOOL got = TryEnterCriticalSection(&section);
+                   if (got)
+                       LeaveCriticalSection(&section);
+                   return got != 0;
+               }).get();
+    };
+    EXPECT_FALSE(tryFromOtherThread());
+    LeaveCriticalSection(&section);
+    EXPECT_FALSE(tryFromOtherThread());
+    LeaveCriticalSection(&section);
+    EXPECT_TRUE(tryFromOtherThread());
+    DeleteCriticalSection(&section);
+}
+
+TEST(Platform, ThreadIdsAreStablePerThreadAndDistinct)
+{
+    const DWORD mine = GetCurrentThreadId();
+    EXPECT_NE(mine, 0u);
+    EXPECT_EQ(GetCurrentThreadId(), mine);
+    EXPECT_NE(std::async(std::launch::async, [] { return GetCurrentThreadId(); }).get(), mine);
+}
+
+TEST(Platform, NarrowFormattingFillsTheCountWithoutTerminatorWhenCut)
+{
+    char buffer[8];
+    std::string(8, '#').copy(buffer, 8);
+    EXPECT_EQ(formatNarrow(buffer, 6, "%d-%s", 12, "ab"), 5);
+    EXPECT_STREQ(buffer, "12-ab");
+
+    std::string(8, '#').copy(buffer, 8);
+    EXPECT_EQ(formatNarrow(buffer, 5, "%d-%s", 12, "ab"), 5);
+    EXPECT_EQ(std::string(buffer, 6), "12-ab#");
+
+    std::string(8, '#').copy(buffer, 8);
+    EXPECT_LT(formatNarrow(buffer, 4, "%d-%s", 12, "ab"), 0);
+    EXPECT_EQ(std::string(buffer, 5), "12-a#");
+}
+
+TEST(Platform, WideFormattingReadsFormatsAsWindowsDoes)
+{
+    wchar_t buffer[32];
+    EXPECT_EQ(formatWide(buffer, 32, L"%s|%hs|%c|%5d|%%", L"wide", "narrow", L'x', 42), 21);
+    EXPECT_EQ(std::wstring(buffer), L"wide|narrow|x|   42|%");
+    EXPECT_EQ(formatWide(buffer, 32, L"%ls|%S|%-3d|", L"w", "n", 7), 8);
+    EXPECT_EQ(std::wstring(buffer), L"w|n|7  |");
+
+    // A text that does not fit is cut and stays terminated.
+    std::wstring(32, L'#').copy(buffer, 32);
+    EXPECT_LT(formatWide(buffer, 4, L"%s", L"abcdef"), 0);
+    EXPECT_EQ(std::wstring(buffer, 5), std::wstring(L"abc\0#", 5));
+}
+
+TEST(Platform, TimeBreaksDownIntoLocalTime)
+{
+    const __time64_t now = _time64(nullptr);
+    __time64_t stored = 0;
+    EXPECT_GE(_time64(&stored), now);
+    EXPECT_GE(stored, now);
+    struct tm broken = *_localtime64(&now);
+    EXPECT_EQ(static_cast<__time64_t>(std::mktime(&broken)), now);
+}
