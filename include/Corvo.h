@@ -4,10 +4,13 @@
 
 #include "CorvoBasicTypes.h"
 #include "CorvoCriticalSection.h"
+#include "CorvoDeveloperConfig.h"
 #include "CorvoException.h"
 #include "CorvoExport.h"
 #include "CorvoNumberToString.h"
 #include "CorvoUtf8String.h"
 #include "ZimException.h"
+#include "ZimLogPolicy.h"
+#include "ZimLogger.h"
 
 #endif

@@ -16,6 +16,7 @@
 #  include <windows.h>
 #  include <stdio.h>
 #  include <time.h>
+#  include <wchar.h>
 #else
 #  include "Posix/Win32Api.h"
 #endif

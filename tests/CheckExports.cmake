@@ -19,13 +19,20 @@ set(exported
   _ZTIN4Vesk5Corvo23StringEncodingExceptionE
   _ZN4Vesk3Zim9ExceptionC
   _ZN4Vesk5Corvo9MAX_UInt8E
-  _ZN4Vesk5Corvo12alignAddress)
+  _ZN4Vesk5Corvo12alignAddress
+  _ZN4Vesk3Zim6Logger12getSingleton
+  _ZTIN4Vesk3Zim15LogToFilePolicyE
+  _ZN4Vesk5Corvo20Win32CriticalSection7acquire
+  _ZN4Vesk5Corvo15DeveloperConfig11setLogLevel)
 set(internal
   11Utf8Encoder
   11Utf8Decoder
   28codePointPosition2ByteOffset
   28byteOffset2CodePointPosition
-  21qualifiedFunctionName)
+  21qualifiedFunctionName
+  18LogToConsolePolicy
+  _Z25InitializeCriticalSection
+  _Z18GetCurrentThreadId)
 
 foreach(symbol IN LISTS exported)
   string(FIND "${table}" "${symbol}" at)

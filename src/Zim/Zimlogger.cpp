@@ -1,0 +1,231 @@
+// The Logger: filter, record head, policy maps and the singleton scheme.
+#include "ZimLogger.h"
+
+#include "CorvoPlatform.h"
+#include "CorvoRaise.h"
+#include "ZimException.h"
+
+#include <cstdarg>
+#include <ctime>
+#include <iostream>
+
+namespace Vesk {
+namespace Zim {
+
+using Corvo::CriticalSectionGuard;
+
+Logger* Logger::s_instance = nullptr;
+
+namespace {
+
+// Formatted records are cut to fit a buffer of this many characters; the
+// formatter gets one less, so that the text always ends inside the buffer.
+const std::size_t formatBufferSize = 1024;
+
+} // namespace
+
+Logger::Logger(LogLevel level) : m_filterLevel(level)
+{
+    if (s_instance)
+        throw Exception("Logger instance already set ", "ZimLogger", "Logger::Logger", 25);
+    s_instance = this;
+    m_levelNames[LogInfo] = "[INFO]";
+    m_levelNames[LogTrace] = "[TRACE]";
+    m_levelNames[LogDebug] = "[DEBUG]";
+    m_levelNames[LogFlow] = "[FLOW]";
+    m_levelNames[LogWarning] = "[WARNING]";
+    m_levelNames[LogError] = "[ERROR]";
+    m_levelNames[LogNone] = "[NONE]";
+    std::cout << "[INFO][TRACE][DEBUG][WARNING][ERROR][NONE]" << std::endl;
+    m_disabledPolicies["console"] = &m_consolePolicy;
+}
+
+Logger::~Logger()
+{
+    m_enabledPolicies.clear();
+    m_disabledPolicies.clear();
+}
+
+// Each accessor builds its own instance only when none exists yet, so the
+// one called first decides.
+Logger& Logger::getSingleton()
+{
+    if (s_instance)
+        return *s_instance;
+    static Logger instance(LogDebug);
+    return instance;
+}
+
+Logger* Logger::getSingletonPtr()
+{
+    if (s_instance)
+        return s_instance;
+    static Logger instance(LogDebug);
+    return &instance;
+}
+
+// ---------------------------------------------------------------------------
+// Records
+
+template <class Text>
+void Logger::logRecord(LogLevel level, const std::string& tag, const Text& text)
+{
+    if (level < m_filterLevel)
+        return;
+    const std::map<LogLevel, std::string>::const_iterator name = m_levelNames.find(level);
+    output((name == m_levelNames.end() ? std::string() : name->second) + tag, text);
+}
+
+void Logger::log(LogLevel level, const std::string& tag, const std::string& text)
+{
+    logRecord(level, tag, text);
+}
+
+void Logger::log(LogLevel level, const std::string& tag, const std::wstring& text)
+{
+    logRecord(level, tag, text);
+}
+
+void Logger::logTagf(LogLevel level, const std::string& tag, const char* format, ...)
+{
+    if (level < m_filterLevel)
+        return;
+    char buffer[formatBufferSize] = {};
+    va_list args;
+    va_start(args, format);
+    _vsnprintf(buffer, formatBufferSize - 1, format, args);
+    va_end(args);
+    logRecord(level, tag, std::string(buffer));
+}
+
+void Logger::logTagf(LogLevel level, const std::string& tag, const wchar_t* format, ...)
+{
+    if (level < m_filterLevel)
+        return;
+    wchar_t buffer[formatBufferSize] = {};
+    va_list args;
+    va_start(args, format);
+    _vswprintf_c_l(buffer, formatBufferSize - 1, format, nullptr, args);
+    va_end(args);
+    logRecord(level, tag, std::wstring(buffer));
+}
+
+// The time is read anew for each policy.
+template <class Text>
+void Logger::writeToPolicies(const std::string& levelAndTag, const Text& text)
+{
+    CriticalSectionGuard guard(m_lock);
+    for (const std::map<std::string, LogPolicy*>::value_type& entry : m_enabledPolicies)
+        entry.second->log(_time() + " [" + levelAndTag + "] ", text);
+}
+
+void Logger::output(const std::string& levelAndTag, const std::string& text)
+{
+    writeToPolicies(levelAndTag, text);
+}
+
+void Logger::output(const std::string& levelAndTag, const std::wstring& text)
+{
+    writeToPolicies(levelAndTag, text);
+}
+
+template <class Text>
+void Logger::logBare(const Text& text)
+{
+    CriticalSectionGuard guard(m_lock);
+    for (const std::map<std::string, LogPolicy*>::value_type& entry : m_enabledPolicies)
+        entry.second->log(std::string(), text);
+}
+
+void Logger::log(const std::string& text) { logBare(text); }
+
+void Logger::log(const std::wstring& text) { logBare(text); }
+
+void Logger::logf(const char* format, ...)
+{
+    char buffer[formatBufferSize] = {};
+    va_list args;
+    va_start(args, format);
+    _vsnprintf(buffer, formatBufferSize - 1, format, args);
+    va_end(args);
+    logBare(std::string(buffer));
+}
+
+void Logger::logf(const wchar_t* format, ...)
+{
+    wchar_t buffer[formatBufferSize] = {};
+    va_list args;
+    va_start(args, format);
+    _vswprintf_c_l(buffer, formatBufferSize - 1, format, nullptr, args);
+    va_end(args);
+    logBare(std::wstring(buffer));
+}
+
+std::string Logger::_time()
+{
+    const __time64_t now = _time64(nullptr);
+    char text[20] = {};
+    std::strftime(text, sizeof text, "%Y/%m/%d %H:%M:%S", _localtime64(&now));
+    return text;
+}
+
+// ---------------------------------------------------------------------------
+// Policies
+
+void Logger::addPolicy(LogPolicy& policy, bool enabled)
+{
+    CriticalSectionGuard guard(m_lock);
+    addPolicyToList(enabled ? m_enabledPolicies : m_disabledPolicies, policy);
+}
+
+void Logger::addPolicyToList(std::map<std::string, LogPolicy*>& list, LogPolicy& policy)
+{
+    CriticalSectionGuard guard(m_lock);
+    const std::string& name = policy.getName();
+    if (list.count(name))
+        CORVO_RAISE(Exception, "A log policy with name [" + name + "] already exists within the system");
+    list[name] = &policy;
+}
+
+// Enabling copies the entry from the disabled map, which keeps it.
+void Logger::enablePolicy(const std::string& name)
+{
+    CriticalSectionGuard guard(m_lock);
+    if (m_enabledPolicies.count(name))
+        return;
+    const std::map<std::string, LogPolicy*>::const_iterator known = m_disabledPolicies.find(name);
+    if (known == m_disabledPolicies.end())
+        CORVO_RAISE(Exception, "A log Policy with name [" + name + "] does not exist within the system");
+    m_enabledPolicies.insert(*known);
+}
+
+// Disabling moves the entry; a namesake already in the disabled map stays.
+void Logger::disablePolicy(const std::string& name)
+{
+    CriticalSectionGuard guard(m_lock);
+    const std::map<std::string, LogPolicy*>::iterator enabled = m_enabledPolicies.find(name);
+    if (enabled == m_enabledPolicies.end())
+        return;
+    m_disabledPolicies.insert(*enabled);
+    m_enabledPolicies.erase(enabled);
+}
+
+void Logger::switchPolicy(const std::string& name, bool on)
+{
+    CriticalSectionGuard guard(m_lock);
+    if (on)
+        enablePolicy(name);
+    else
+        disablePolicy(name);
+}
+
+void Logger::logToConsole(bool on) { switchPolicy("console", on); }
+
+void Logger::logToFile(bool on) { switchPolicy("file", on); }
+
+void Logger::logToSysLog(bool on) { switchPolicy("syslog", on); }
+
+void Logger::setLogFilterLevel(LogLevel level) { m_filterLevel = level; }
+
+} // namespace Zim
+} // namespace Vesk

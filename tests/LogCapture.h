@@ -1,0 +1,56 @@
+// Test doubles around the Logger: a policy that records what it is given,
+// and a capture of standard output.
+#ifndef CORVO_TEST_LOG_CAPTURE_H
+#define CORVO_TEST_LOG_CAPTURE_H
+
+#include "ZimLogPolicy.h"
+
+#include <iostream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace corvo_test {
+
+struct Record
+{
+    std::string policy;
+    std::string head;
+    std::string text; // wide texts as their low bytes, enough for ASCII
+    bool wide;
+};
+
+class RecordingPolicy : public Vesk::Zim::LogPolicy
+{
+public:
+    RecordingPolicy(const std::string& name, std::vector<Record>& sink) : LogPolicy(name), m_sink(sink) {}
+
+    void log(const std::string& head, const std::wstring& text) override
+    {
+        m_sink.push_back(Record{getName(), head, std::string(text.begin(), text.end()), true});
+    }
+    void log(const std::string& head, const std::string& text) override
+    {
+        m_sink.push_back(Record{getName(), head, text, false});
+    }
+
+private:
+    std::vector<Record>& m_sink;
+};
+
+// Redirects std::cout for its lifetime.
+class CoutCapture
+{
+public:
+    CoutCapture() : m_saved(std::cout.rdbuf(m_buffer.rdbuf())) {}
+    ~CoutCapture() { std::cout.rdbuf(m_saved); }
+    std::string text() const { return m_buffer.str(); }
+
+private:
+    std::ostringstream m_buffer;
+    std::streambuf* m_saved;
+};
+
+} // namespace corvo_test
+
+#endif

@@ -1,0 +1,139 @@
+// The Logger's birth and the developer configuration, in a process that has
+// no Logger until these tests make one.
+#include "CorvoDeveloperConfig.h"
+#include "CorvoException.h"
+#include "LogCapture.h"
+#include "TestSupport.h"
+#include "ZimException.h"
+#include "ZimLogger.h"
+
+#include <gtest/gtest.h>
+
+#include <regex>
+
+using namespace Vesk::Corvo;
+using namespace Vesk::Zim;
+using corvo_test::CoutCapture;
+using corvo_test::throwsWith;
+
+namespace {
+const std::string levelLine = "[INFO][TRACE][DEBUG][WARNING][ERROR][NONE]\n";
+}
+
+// One test, as each step depends on the process state the last one left.
+TEST(LoggerLifecycle, FirstUseBuildsTheOnlyLogger)
+{
+    // Defaults, and a preset that names nothing: no Logger comes into being.
+    {
+        CoutCapture capture;
+        EXPECT_EQ(DeveloperConfig::logLevel(), Vesk::Zim::LogNone);
+        EXPECT_EQ(DeveloperConfig::environment(), EnvProd);
+        EXPECT_FALSE(DeveloperConfig::devLogEnabled());
+        EXPECT_TRUE(DeveloperConfig::updaterEnabled());
+        DeveloperConfig::initConfig(static_cast<ConfigPreset>(4));
+        EXPECT_EQ(DeveloperConfig::logLevel(), Vesk::Zim::LogNone);
+        EXPECT_EQ(DeveloperConfig::environment(), EnvProd);
+        EXPECT_EQ(capture.text(), "");
+    }
+
+    // The first accessor builds the Logger, which prints its one line.
+    Logger* first;
+    {
+        CoutCapture capture;
+        first = Logger::getSingletonPtr();
+        EXPECT_EQ(&Logger::getSingleton(), first);
+        EXPECT_EQ(Logger::getSingletonPtr(), first);
+        EXPECT_EQ(capture.text(), levelLine);
+    }
+
+    // A second Logger is refused with the hand-written report.
+    try {
+        Logger second(LogInfo);
+        FAIL() << "a second Logger was built";
+    } catch (const Vesk::Zim::Exception& e) {
+        EXPECT_EQ(e.getMessage(),
+                  "Reason:\t\tLogger instance already set \nFile:\t\tZimLogger\nFunction:\tLogger::Logger\nLine:\t\t25");
+    }
+    EXPECT_EQ(&Logger::getSingleton(), first);
+
+    // Nothing is enabled: records go nowhere until the console is switched on.
+    CoutCapture capture;
+    first->log(LogError, "t", "dropped");
+    EXPECT_EQ(capture.text(), "");
+    first->logToConsole(true);
+    first->log(LogError, "t", "shown");
+    first->logToConsole(false);
+    EXPECT_TRUE(std::regex_match(capture.text(), std::regex("[0-9]+ - [0-9/]{10} [0-9:]{8} \\[\\[ERROR\\]t\\] shown\n")))
+        << capture.text();
+}
+
+TEST(DeveloperConfig, PresetsSetTheFieldsAndTheLoggersFilter)
+{
+    std::vector<corvo_test::Record> records;
+    corvo_test::RecordingPolicy policy("config", records);
+    Logger::getSingleton().addPolicy(policy, true);
+    auto passing = [&] {
+        records.clear();
+        for (int level = Vesk::Zim::LogInfo; level <= Vesk::Zim::LogNone; ++level)
+            Logger::getSingleton().log(static_cast<LogLevel>(level), "t", std::to_string(level));
+        std::string levels;
+        for (const corvo_test::Record& r : records)
+            levels += r.text;
+        return levels;
+    };
+
+    DeveloperConfig::initConfig(PresetDeveloper);
+    EXPECT_EQ(DeveloperConfig::environment(), EnvTest);
+    EXPECT_EQ(DeveloperConfig::logLevel(), LogInfo);
+    EXPECT_FALSE(DeveloperConfig::updaterEnabled());
+    EXPECT_TRUE(DeveloperConfig::devLogEnabled());
+    EXPECT_EQ(passing(), "1234567");
+
+    DeveloperConfig::initConfig(PresetProduction);
+    EXPECT_EQ(DeveloperConfig::environment(), EnvProd);
+    EXPECT_TRUE(DeveloperConfig::updaterEnabled());
+    EXPECT_FALSE(DeveloperConfig::devLogEnabled());
+    EXPECT_EQ(passing(), "4567");
+
+    DeveloperConfig::initConfig(PresetTestNoUpdater);
+    EXPECT_EQ(DeveloperConfig::logLevel(), LogDebug);
+    EXPECT_FALSE(DeveloperConfig::updaterEnabled());
+    DeveloperConfig::initConfig(PresetTest);
+    EXPECT_TRUE(DeveloperConfig::updaterEnabled());
+
+    // The Logger's own setter does not reach the stored level.
+    Logger::getSingleton().setLogFilterLevel(LogError);
+    EXPECT_EQ(DeveloperConfig::logLevel(), LogDebug);
+    EXPECT_EQ(passing(), "67");
+    Logger::getSingleton().disablePolicy("config");
+
+    DeveloperConfig::toggleDevLog(true);
+    DeveloperConfig::toggleDevLog(true);
+    EXPECT_TRUE(DeveloperConfig::devLogEnabled());
+}
+
+TEST(DeveloperConfig, TextFormsBothWays)
+{
+    for (int level = Vesk::Zim::LogInfo; level <= Vesk::Zim::LogNone; ++level)
+        EXPECT_EQ(DeveloperConfig::logLevelFromString(DeveloperConfig::logLevelToString(static_cast<LogLevel>(level))),
+                  level);
+    for (int environment = EnvLocal; environment <= EnvProd; ++environment)
+        EXPECT_EQ(DeveloperConfig::envFromString(DeveloperConfig::envToString(static_cast<Environment>(environment))),
+                  environment);
+    EXPECT_EQ(DeveloperConfig::envFromString("private-test"), EnvPrivateTest);
+    EXPECT_EQ(DeveloperConfig::logLevelToString(LogWarning), "warning");
+
+    // Unknown texts give the current setting.
+    DeveloperConfig::setLogLevel(LogFlow);
+    DeveloperConfig::setEnvironment(EnvInternal);
+    for (const char* text : {"DEBUG", "[DEBUG]", "", "debug "})
+        EXPECT_EQ(DeveloperConfig::logLevelFromString(text), LogFlow) << text;
+    EXPECT_EQ(DeveloperConfig::envFromString("Prod"), EnvInternal);
+
+    EXPECT_TRUE(throwsWith<InvalidArgumentException>(
+        [] { DeveloperConfig::logLevelToString(static_cast<LogLevel>(0)); }, "Invalid log level passed"));
+    EXPECT_TRUE(throwsWith<InvalidArgumentException>(
+        [] { DeveloperConfig::logLevelToString(static_cast<LogLevel>(8)); }, "Invalid log level passed"));
+    EXPECT_TRUE(throwsWith<InvalidArgumentException>(
+        [] { DeveloperConfig::envToString(static_cast<Environment>(5)); }, "Invalid environment passed"));
+}

@@ -1,0 +1,328 @@
+// The Logger and its file and console policies, in a process whose Logger
+// is the one getSingleton builds. Each test names its own policies: the
+// Logger remembers every name it was given.
+#include "CorvoPlatform.h"
+#include "LogCapture.h"
+#include "ZimException.h"
+#include "ZimLogger.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <fstream>
+#include <map>
+#include <regex>
+#include <set>
+#include <stdexcept>
+#include <thread>
+
+using namespace Vesk::Zim;
+using corvo_test::CoutCapture;
+using corvo_test::Record;
+using corvo_test::RecordingPolicy;
+
+namespace {
+
+Logger& logger() { return Logger::getSingleton(); }
+
+const char* const timePattern = "[0-9]{4}/[0-9]{2}/[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}";
+
+std::string messageOf(const std::function<void()>& f)
+{
+    try {
+        f();
+    } catch (const Exception& e) {
+        const std::string report = e.getMessage();
+        const std::string label = "Reason:\t\t";
+        return report.substr(label.size(), report.find("\nFile:") - label.size());
+    }
+    return "no exception";
+}
+
+std::vector<std::string> readLines(const std::string& path)
+{
+    std::ifstream in(path.c_str());
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(in, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+std::string threadNumber() { return std::to_string(static_cast<unsigned long long>(GetCurrentThreadId())); }
+
+} // namespace
+
+TEST(Logger, RecordsReachEnabledPoliciesInNameOrderWithTheirHead)
+{
+    std::vector<Record> records;
+    RecordingPolicy b("order-b", records), a("order-a", records), c("order-c", records);
+    logger().setLogFilterLevel(LogDebug);
+    logger().addPolicy(b, true);
+    logger().addPolicy(c, false);
+    logger().addPolicy(a, true);
+
+    logger().log(LogWarning, "Vesk::Corvo::Tag", "text");
+    logger().log(LogDebug, "T", std::wstring(L"wide"));
+    logger().disablePolicy("order-a");
+    logger().disablePolicy("order-b");
+
+    ASSERT_EQ(records.size(), 4u);
+    EXPECT_EQ(records[0].policy, "order-a");
+    EXPECT_EQ(records[1].policy, "order-b");
+    EXPECT_TRUE(std::regex_match(records[0].head,
+                                 std::regex(std::string(timePattern) + " \\[\\[WARNING\\]Vesk::Corvo::Tag\\] ")))
+        << records[0].head;
+    EXPECT_EQ(records[0].text, "text");
+    EXPECT_FALSE(records[0].wide);
+    EXPECT_TRUE(std::regex_match(records[2].head, std::regex(std::string(timePattern) + " \\[\\[DEBUG\\]T\\] ")));
+    EXPECT_EQ(records[2].text, "wide");
+    EXPECT_TRUE(records[2].wide);
+}
+
+TEST(Logger, FilterPassesLevelsAtOrAboveItAndBareRecordsAlways)
+{
+    std::vector<Record> records;
+    RecordingPolicy policy("filter", records);
+    logger().addPolicy(policy, true);
+    for (int filter = LogInfo; filter <= LogNone; ++filter) {
+        logger().setLogFilterLevel(static_cast<LogLevel>(filter));
+        for (int level = LogInfo; level <= LogNone; ++level) {
+            records.clear();
+            logger().log(static_cast<LogLevel>(level), "t", "x");
+            logger().logTagf(static_cast<LogLevel>(level), "t", "%d", level);
+            logger().logTagf(static_cast<LogLevel>(level), "t", L"%d", level);
+            EXPECT_EQ(records.size(), level >= filter ? 3u : 0u) << "level " << level << ", filter " << filter;
+        }
+    }
+    records.clear();
+    logger().log("bare");
+    logger().log(std::wstring(L"wide bare"));
+    logger().logf("%s %d", "formatted", 1);
+    logger().logf(L"%s %d", L"formatted", 2);
+    ASSERT_EQ(records.size(), 4u);
+    EXPECT_EQ(records[0].head, "");
+    EXPECT_EQ(records[1].text, "wide bare");
+    EXPECT_EQ(records[2].text, "formatted 1");
+    EXPECT_EQ(records[3].text, "formatted 2");
+
+    // A level without a text shows an empty one in the head.
+    logger().setLogFilterLevel(LogInfo);
+    records.clear();
+    logger().log(static_cast<LogLevel>(9), "tag", "x");
+    ASSERT_EQ(records.size(), 1u);
+    EXPECT_EQ(records[0].head.substr(19), " [tag] ");
+    logger().disablePolicy("filter");
+}
+
+TEST(Logger, FormattedTextsAreCutToTheBuffer)
+{
+    std::vector<Record> records;
+    RecordingPolicy policy("cut", records);
+    logger().addPolicy(policy, true);
+    logger().setLogFilterLevel(LogDebug);
+    const std::string longText(5000, 'n');
+    const std::wstring longWide(5000, L'w');
+    logger().logf("%s", longText.c_str());
+    logger().logTagf(LogError, "t", "%s", longText.c_str());
+    logger().logf(L"%s", longWide.c_str());
+    logger().logTagf(LogError, "t", L"%s", longWide.c_str());
+    logger().disablePolicy("cut");
+
+    ASSERT_EQ(records.size(), 4u);
+    EXPECT_EQ(records[0].text, std::string(1023, 'n'));
+    EXPECT_EQ(records[1].text, std::string(1023, 'n'));
+    EXPECT_EQ(records[2].text, std::string(1022, 'w'));
+    EXPECT_EQ(records[3].text, std::string(1022, 'w'));
+}
+
+TEST(Logger, PolicyManagement)
+{
+    std::vector<Record> records;
+    RecordingPolicy p("managed", records);
+    EXPECT_EQ(messageOf([] { logger().enablePolicy("nobody"); }),
+              "A log Policy with name [nobody] does not exist within the system");
+    try {
+        logger().enablePolicy("nobody");
+    } catch (const Exception& e) {
+        EXPECT_NE(e.getMessage().find("\nFile:\t\tsrc/Zim/Zimlogger.cpp\nFunction:\tVesk::Zim::Logger::enablePolicy\n"),
+                  std::string::npos)
+            << e.getMessage();
+    }
+    logger().disablePolicy("nobody");
+    logger().logToSysLog(false);
+    EXPECT_EQ(messageOf([] { logger().logToSysLog(true); }),
+              "A log Policy with name [syslog] does not exist within the system");
+
+    // Added enabled: the disabled map never had it, so a namesake fits there.
+    logger().addPolicy(p, true);
+    logger().enablePolicy("managed");
+    EXPECT_EQ(messageOf([&] { logger().addPolicy(p, true); }),
+              "A log policy with name [managed] already exists within the system");
+    RecordingPolicy namesake("managed", records);
+    logger().addPolicy(namesake, false);
+
+    // Disabling keeps the namesake in the disabled map; enabling brings it back.
+    logger().disablePolicy("managed");
+    logger().log(LogError, "t", "lost");
+    logger().enablePolicy("managed");
+    logger().log(LogError, "t", "kept");
+    ASSERT_EQ(records.size(), 1u);
+    EXPECT_EQ(records[0].text, "kept");
+
+    // Enabled through enablePolicy, it stays in the disabled map as well.
+    logger().disablePolicy("managed");
+    RecordingPolicy third("managed", records);
+    EXPECT_EQ(messageOf([&] { logger().addPolicy(third, false); }),
+              "A log policy with name [managed] already exists within the system");
+
+    // A policy named "console" can stand beside the built-in one.
+    RecordingPolicy console("console", records);
+    logger().addPolicy(console, true);
+    records.clear();
+    logger().log(LogError, "t", "to the impostor");
+    EXPECT_EQ(records.size(), 1u);
+    logger().disablePolicy("console");
+    CoutCapture capture;
+    logger().logToConsole(true);
+    logger().log(LogError, "t", "to the built-in");
+    logger().logToConsole(false);
+    EXPECT_EQ(records.size(), 1u);
+    EXPECT_NE(capture.text().find("] to the built-in"), std::string::npos);
+}
+
+namespace {
+
+// Logs again from inside its own log, once.
+class EchoPolicy : public LogPolicy
+{
+public:
+    EchoPolicy() : LogPolicy("echo") {}
+    void log(const std::string&, const std::wstring&) override {}
+    void log(const std::string&, const std::string& text) override
+    {
+        texts.push_back(text);
+        if (text == "first")
+            Logger::getSingleton().log(LogError, "echo", "second");
+    }
+    std::vector<std::string> texts;
+};
+
+class ThrowingPolicy : public LogPolicy
+{
+public:
+    ThrowingPolicy() : LogPolicy("aaa-throwing") {}
+    void log(const std::string&, const std::wstring&) override {}
+    void log(const std::string&, const std::string&) override { throw std::runtime_error("sink broke"); }
+};
+
+} // namespace
+
+TEST(Logger, PoliciesMayLogAgainAndAThrowFreesTheLock)
+{
+    logger().setLogFilterLevel(LogDebug);
+    EchoPolicy echo;
+    logger().addPolicy(echo, true);
+    logger().log(LogError, "t", "first");
+    EXPECT_EQ(echo.texts, (std::vector<std::string>{"first", "second"}));
+
+    ThrowingPolicy thrower;
+    logger().addPolicy(thrower, true);
+    EXPECT_THROW(logger().log(LogError, "t", "third"), std::runtime_error);
+    logger().disablePolicy("aaa-throwing");
+    // The echo policy, later in name order, got nothing; another thread can log.
+    std::thread([] { logger().log(LogError, "t", "fourth"); }).join();
+    EXPECT_EQ(echo.texts, (std::vector<std::string>{"first", "second", "fourth"}));
+    logger().disablePolicy("echo");
+}
+
+TEST(LogToFilePolicy, AppendsFlushedLinesAndWritesWideTextAsUtf8)
+{
+    const std::string path = "corvo-file-policy.log";
+    std::remove(path.c_str());
+    {
+        std::ofstream earlier(path.c_str());
+        earlier << "earlier record\n";
+    }
+    {
+        LogToFilePolicy first(path);
+        LogToFilePolicy second(path);
+        EXPECT_EQ(first.getName(), "file");
+        first.log("head ", std::string("narrow"));
+        second.log("", std::string("cut\0here", 8));
+        // The file holds each line as soon as it is logged.
+        EXPECT_EQ(readLines(path).size(), 3u);
+        std::wstring wide = L"caf\x00E9 ";
+        wide += static_cast<wchar_t>(0xD83D);
+        wide += static_cast<wchar_t>(0xDE00);
+        first.log("h ", wide);
+        first.log("h ", std::string());
+    }
+    const std::vector<std::string> lines = readLines(path);
+    const std::string column = threadNumber() + " - ";
+    ASSERT_EQ(lines.size(), 5u);
+    EXPECT_EQ(lines[0], "earlier record");
+    EXPECT_EQ(lines[1], column + "head narrow");
+    EXPECT_EQ(lines[2], column + "cut");
+    EXPECT_EQ(lines[3], column + "h caf\xC3\xA9 \xF0\x9F\x98\x80");
+    EXPECT_EQ(lines[4], column + "h ");
+    std::remove(path.c_str());
+
+    // No directory: nothing is written and nothing fails.
+    LogToFilePolicy lost("no-such-directory/file.log");
+    lost.log("h", std::string("x"));
+    EXPECT_TRUE(readLines("no-such-directory/file.log").empty());
+}
+
+TEST(LogToConsolePolicy, NarrowAndWideRecordsShareTheLayout)
+{
+    LogToConsolePolicy console;
+    CoutCapture capture;
+    console.log("head ", std::string("text"));
+    console.log("head ", std::wstring(L"text"));
+    const std::string line = threadNumber() + " - head text\n";
+    EXPECT_EQ(capture.text(), line + line);
+}
+
+// Eight threads log at once through the Logger into one file: every record
+// arrives once, whole, tagged with its thread's number.
+TEST(Logger, ConcurrentRecordsNeverInterleave)
+{
+    const std::string path = "corvo-concurrent.log";
+    std::remove(path.c_str());
+    const int threads = 8, perThread = 20000;
+    std::map<int, std::string> threadIds;
+    {
+        LogToFilePolicy file(path);
+        logger().setLogFilterLevel(LogDebug);
+        logger().addPolicy(file, true);
+        std::vector<std::thread> workers;
+        std::vector<std::string> ids(threads);
+        for (int t = 0; t < threads; ++t)
+            workers.emplace_back([t, &ids] {
+                ids[t] = threadNumber();
+                for (int i = 0; i < perThread; ++i)
+                    logger().logTagf(LogDebug, "load", "thread %d record %d", t, i);
+            });
+        for (std::thread& worker : workers)
+            worker.join();
+        logger().logToFile(false);
+        for (int t = 0; t < threads; ++t)
+            threadIds[t] = ids[t];
+    }
+
+    // Parsed by hand: a regular expression over 160,000 lines is slow under
+    // the sanitizers.
+    std::vector<std::set<int>> seen(threads);
+    int total = 0;
+    for (const std::string& text : readLines(path)) {
+        unsigned long long id = 0;
+        int t = -1, i = -1, end = 0;
+        std::sscanf(text.c_str(), "%llu - %*19c [[DEBUG]load] thread %d record %d%n", &id, &t, &i, &end);
+        ASSERT_TRUE(end == static_cast<int>(text.size()) && t >= 0 && t < threads) << text;
+        ASSERT_EQ(std::to_string(id), threadIds[t]);
+        ASSERT_TRUE(seen[t].insert(i).second) << "twice: " << text;
+        ++total;
+    }
+    EXPECT_EQ(total, threads * perThread);
+    std::remove(path.c_str());
+}
