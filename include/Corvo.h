@@ -11,6 +11,9 @@
 #include "CorvoUtf8String.h"
 #include "ZimException.h"
 #include "ZimLogPolicy.h"
+#include "ZimLogToRollingFilePolicy.h"
 #include "ZimLogger.h"
+#include "ZimStackTracer.h"
+#include "ZimUnitTestSuite.h"
 
 #endif

@@ -67,6 +67,9 @@ public:
     static std::string filterPassword(const std::string& text);
 
 private:
+    // Traces go to output directly, with the filter tested by the tracer.
+    friend class StackTracer;
+
     Logger(const Logger&);
     Logger& operator=(const Logger&);
 

@@ -14,11 +14,17 @@
 #  endif
 #  include <winsock2.h>
 #  include <windows.h>
+#  include <io.h>
 #  include <stdio.h>
 #  include <time.h>
 #  include <wchar.h>
+#  define CORVO_PATH_SEPARATOR "\\"
 #else
 #  include "Posix/Win32Api.h"
+#  define CORVO_PATH_SEPARATOR "/"
 #endif
+
+// CORVO_PATH_SEPARATOR joins a directory and a name: a backslash would be
+// part of a file name on Linux.
 
 #endif

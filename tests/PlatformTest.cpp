@@ -2,12 +2,15 @@
 // Wine this checks what the classes expect of the real API; on Linux the
 // same checks hold Corvo's POSIX layer to it.
 #include "CorvoPlatform.h"
+#include "TempDirectory.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdarg>
 #include <ctime>
+#include <fstream>
 #include <future>
+#include <set>
 #include <string>
 
 namespace {
@@ -100,4 +103,56 @@ TEST(Platform, TimeBreaksDownIntoLocalTime)
     EXPECT_GE(stored, now);
     struct tm broken = *_localtime64(&now);
     EXPECT_EQ(static_cast<__time64_t>(std::mktime(&broken)), now);
+}
+
+TEST(Platform, DeleteRefusesAFileThisProcessHoldsOpen)
+{
+    corvo_test::TempDirectory dir("delete");
+    const std::string path = dir.file("open.log");
+    {
+        std::ofstream writer(path.c_str());
+        writer << "held";
+        writer.flush();
+        EXPECT_EQ(DeleteFileA(path.c_str()), 0);
+        EXPECT_EQ(GetLastError(), ERROR_SHARING_VIOLATION);
+    }
+    EXPECT_NE(DeleteFileA(path.c_str()), 0);
+    EXPECT_EQ(DeleteFileA(path.c_str()), 0);
+    EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(DeleteFileA(dir.path().c_str()), 0);
+}
+
+TEST(Platform, AttributesReadOnlyRoundTrip)
+{
+    corvo_test::TempDirectory dir("attributes");
+    dir.write("plain", "x");
+    const std::string path = dir.file("plain");
+    EXPECT_EQ(GetFileAttributesA(path.c_str()) & FILE_ATTRIBUTE_READONLY, 0u);
+    EXPECT_NE(GetFileAttributesA(dir.path().c_str()) & FILE_ATTRIBUTE_DIRECTORY, 0u);
+    ASSERT_NE(SetFileAttributesA(path.c_str(), FILE_ATTRIBUTE_READONLY), 0);
+    EXPECT_NE(GetFileAttributesA(path.c_str()) & FILE_ATTRIBUTE_READONLY, 0u);
+    ASSERT_NE(SetFileAttributesA(path.c_str(), FILE_ATTRIBUTE_NORMAL), 0);
+    EXPECT_EQ(GetFileAttributesA(path.c_str()) & FILE_ATTRIBUTE_READONLY, 0u);
+
+    EXPECT_EQ(GetFileAttributesA(dir.file("missing").c_str()), INVALID_FILE_ATTRIBUTES);
+    EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(SetFileAttributesA(dir.file("missing").c_str(), FILE_ATTRIBUTE_NORMAL), 0);
+}
+
+TEST(Platform, FindListsEveryNameForStarDotStar)
+{
+    corvo_test::TempDirectory dir("find");
+    dir.write("no-dot", "");
+    dir.write("with.dot", "");
+    std::set<std::string> names;
+    _finddata64i32_t entry;
+    const std::intptr_t search = _findfirst64i32((dir.path() + "/*.*").c_str(), &entry);
+    ASSERT_NE(search, -1);
+    do
+        names.insert(entry.name);
+    while (_findnext64i32(search, &entry) == 0);
+    EXPECT_EQ(_findclose(search), 0);
+    EXPECT_EQ(names, (std::set<std::string>{".", "..", "no-dot", "with.dot"}));
+
+    EXPECT_EQ(_findfirst64i32((dir.file("absent") + "/*.*").c_str(), &entry), -1);
 }

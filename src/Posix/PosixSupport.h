@@ -11,6 +11,9 @@ namespace Posix {
 // stops the process with the name of the call instead of going unnoticed.
 void requireSuccess(int result, const char* call);
 
+// Sets the calling thread's last error to the Win32 code for an errno value.
+void setLastErrorFromErrno(int error);
+
 } // namespace Posix
 } // namespace Corvo
 } // namespace Vesk

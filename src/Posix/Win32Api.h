@@ -39,6 +39,20 @@ typedef BOOL* LPBOOL;
 #define WINAPI
 
 // ---------------------------------------------------------------------------
+// Last error: one value per thread, set by the call that fails.
+
+DWORD GetLastError();
+void SetLastError(DWORD errorCode);
+
+#define ERROR_SUCCESS 0u
+#define ERROR_FILE_NOT_FOUND 2u
+#define ERROR_PATH_NOT_FOUND 3u
+#define ERROR_ACCESS_DENIED 5u
+#define ERROR_GEN_FAILURE 31u
+#define ERROR_INVALID_PARAMETER 87u
+#define ERROR_SHARING_VIOLATION 32u
+
+// ---------------------------------------------------------------------------
 // Critical sections: recursive, owner-counted locks of one process.
 
 struct CRITICAL_SECTION
@@ -58,6 +72,43 @@ void LeaveCriticalSection(LPCRITICAL_SECTION section);
 
 // The kernel's number of the calling thread.
 DWORD GetCurrentThreadId();
+
+// ---------------------------------------------------------------------------
+// File attributes and deletion. Read-only is the absence of every write
+// permission bit; hidden is a name that starts with a dot, which attributes
+// can neither give nor take away.
+
+#define FILE_ATTRIBUTE_READONLY 0x00000001u
+#define FILE_ATTRIBUTE_HIDDEN 0x00000002u
+#define FILE_ATTRIBUTE_DIRECTORY 0x00000010u
+#define FILE_ATTRIBUTE_NORMAL 0x00000080u
+#define INVALID_FILE_ATTRIBUTES 0xFFFFFFFFu
+
+DWORD GetFileAttributesA(LPCSTR path);
+BOOL SetFileAttributesA(LPCSTR path, DWORD attributes);
+// Fails with ERROR_SHARING_VIOLATION on a file that this process holds
+// open, as on Windows.
+BOOL DeleteFileA(LPCSTR path);
+
+// ---------------------------------------------------------------------------
+// Directory listing of the C runtime. The pattern is a directory, a '/' and
+// a name pattern, in which "*.*" matches every name, as on Windows.
+
+typedef std::uint32_t _fsize_t;
+
+struct _finddata64i32_t
+{
+    unsigned attrib;
+    std::int64_t time_create;
+    std::int64_t time_access;
+    std::int64_t time_write;
+    _fsize_t size;
+    char name[260];
+};
+
+std::intptr_t _findfirst64i32(const char* pattern, _finddata64i32_t* data);
+int _findnext64i32(std::intptr_t handle, _finddata64i32_t* data);
+int _findclose(std::intptr_t handle);
 
 // ---------------------------------------------------------------------------
 // C runtime pieces with Microsoft's contracts

@@ -1,49 +1,18 @@
 // LogPolicy and the console and file policies.
 #include "ZimLogPolicy.h"
 
-#include "CorvoPlatform.h"
+#include "ZimLogLine.h"
 
 #include <iostream>
-#include <iterator>
-#include <sstream>
-
-#include <utf8.h>
 
 namespace Vesk {
 namespace Zim {
 
 namespace {
 
-// "<thread number> - ", the column that tells the records of threads apart.
-std::string threadColumn()
-{
-    std::ostringstream column;
-    column << static_cast<unsigned long long>(GetCurrentThreadId()) << " - ";
-    return column.str();
-}
-
-// Wide text as UTF-8, up to its first NUL. The elements are UTF-16 units,
-// pairs of surrogates included; where wchar_t is 32 bits an element above
-// 0xFFFF is taken as a whole code point. What is neither becomes U+FFFD.
-std::string wideToUtf8(const std::wstring& text)
-{
-    std::string bytes;
-    std::back_insert_iterator<std::string> out(bytes);
-    for (const wchar_t* p = text.c_str(); *p; ++p) {
-        unsigned long unit = static_cast<unsigned long>(*p);
-        if (unit >= 0xD800 && unit <= 0xDBFF && p[1] >= 0xDC00 && p[1] <= 0xDFFF) {
-            unit = 0x10000 + ((unit - 0xD800) << 10) + (static_cast<unsigned long>(*++p) - 0xDC00);
-        } else if ((unit >= 0xD800 && unit <= 0xDFFF) || unit > 0x10FFFF) {
-            unit = 0xFFFD;
-        }
-        out = utf8::append(static_cast<utf8::uint32_t>(unit), out);
-    }
-    return bytes;
-}
-
 void writeLine(std::ostream& stream, const std::string& head, const std::string& text)
 {
-    stream << threadColumn().c_str() << head.c_str() << text.c_str() << std::endl;
+    stream << (LogLine::threadNumber() + " - ").c_str() << head.c_str() << text.c_str() << std::endl;
 }
 
 } // namespace
@@ -71,7 +40,7 @@ LogToConsolePolicy::~LogToConsolePolicy() {}
 // Logger has written bytes to it already.
 void LogToConsolePolicy::log(const std::string& head, const std::wstring& text)
 {
-    writeLine(std::cout, head, wideToUtf8(text));
+    writeLine(std::cout, head, LogLine::wideToUtf8(text));
 }
 
 void LogToConsolePolicy::log(const std::string& head, const std::string& text)
@@ -91,7 +60,7 @@ LogToFilePolicy::~LogToFilePolicy() {}
 
 void LogToFilePolicy::log(const std::string& head, const std::wstring& text)
 {
-    writeLine(m_stream, head, wideToUtf8(text));
+    writeLine(m_stream, head, LogLine::wideToUtf8(text));
 }
 
 void LogToFilePolicy::log(const std::string& head, const std::string& text)

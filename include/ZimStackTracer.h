@@ -1,0 +1,36 @@
+// StackTracer: a local object that logs "Enter" when a scope begins and
+// "Exit " when it ends by any way, indented by the nesting, at LogTrace.
+#ifndef ZIM_STACK_TRACER_H
+#define ZIM_STACK_TRACER_H
+
+#include "CorvoExport.h"
+
+#include <string>
+
+namespace Vesk {
+namespace Zim {
+
+class CORVO_API StackTracer
+{
+public:
+    explicit StackTracer(const std::string& name);
+    // Copies take the name only and log nothing; their destructor still
+    // lowers the nesting and logs "Exit ".
+    StackTracer(const StackTracer& other);
+    StackTracer& operator=(const StackTracer& other);
+    // A policy that throws while the exit is logged throws out of here.
+    ~StackTracer() noexcept(false);
+
+private:
+    void trace(const std::string& what, int depth);
+
+    std::string m_name;
+    // One nesting count for the whole process, unguarded: exact while one
+    // thread traces.
+    static int s_depth;
+};
+
+} // namespace Zim
+} // namespace Vesk
+
+#endif

@@ -1,0 +1,44 @@
+// The last error of each thread, and the one mapping from errno to it.
+#include "PosixSupport.h"
+#include "Win32Api.h"
+
+#include <cerrno>
+
+namespace {
+
+thread_local DWORD lastError = ERROR_SUCCESS;
+
+} // namespace
+
+DWORD GetLastError() { return lastError; }
+
+void SetLastError(DWORD errorCode) { lastError = errorCode; }
+
+namespace Vesk {
+namespace Corvo {
+namespace Posix {
+
+void setLastErrorFromErrno(int error)
+{
+    struct Mapping
+    {
+        int error;
+        DWORD code;
+    };
+    static const Mapping table[] = {
+        {ENOENT, ERROR_FILE_NOT_FOUND},   {ENOTDIR, ERROR_PATH_NOT_FOUND},
+        {EACCES, ERROR_ACCESS_DENIED},    {EPERM, ERROR_ACCESS_DENIED},
+        {EISDIR, ERROR_ACCESS_DENIED},    {EROFS, ERROR_ACCESS_DENIED},
+        {EBUSY, ERROR_SHARING_VIOLATION}, {EINVAL, ERROR_INVALID_PARAMETER},
+    };
+    for (const Mapping& mapping : table)
+        if (mapping.error == error) {
+            lastError = mapping.code;
+            return;
+        }
+    lastError = ERROR_GEN_FAILURE;
+}
+
+} // namespace Posix
+} // namespace Corvo
+} // namespace Vesk
