@@ -18,9 +18,23 @@ Logger* Logger::s_instance = nullptr;
 
 namespace {
 
-// Formatted records are cut to fit a buffer of this many characters; the
+// Formatted records are cut to fit a buffer of 1024 characters; the
 // formatter gets one less, so that the text always ends inside the buffer.
 const std::size_t formatBufferSize = 1024;
+
+std::string formatted(const char* format, va_list args)
+{
+    char buffer[formatBufferSize] = {};
+    _vsnprintf(buffer, formatBufferSize - 1, format, args);
+    return buffer;
+}
+
+std::wstring formatted(const wchar_t* format, va_list args)
+{
+    wchar_t buffer[formatBufferSize] = {};
+    _vswprintf_c_l(buffer, formatBufferSize - 1, format, nullptr, args);
+    return buffer;
+}
 
 } // namespace
 
@@ -90,24 +104,22 @@ void Logger::logTagf(LogLevel level, const std::string& tag, const char* format,
 {
     if (level < m_filterLevel)
         return;
-    char buffer[formatBufferSize] = {};
     va_list args;
     va_start(args, format);
-    _vsnprintf(buffer, formatBufferSize - 1, format, args);
+    const std::string text = formatted(format, args);
     va_end(args);
-    logRecord(level, tag, std::string(buffer));
+    logRecord(level, tag, text);
 }
 
 void Logger::logTagf(LogLevel level, const std::string& tag, const wchar_t* format, ...)
 {
     if (level < m_filterLevel)
         return;
-    wchar_t buffer[formatBufferSize] = {};
     va_list args;
     va_start(args, format);
-    _vswprintf_c_l(buffer, formatBufferSize - 1, format, nullptr, args);
+    const std::wstring text = formatted(format, args);
     va_end(args);
-    logRecord(level, tag, std::wstring(buffer));
+    logRecord(level, tag, text);
 }
 
 // The time is read anew for each policy.
@@ -143,22 +155,20 @@ void Logger::log(const std::wstring& text) { logBare(text); }
 
 void Logger::logf(const char* format, ...)
 {
-    char buffer[formatBufferSize] = {};
     va_list args;
     va_start(args, format);
-    _vsnprintf(buffer, formatBufferSize - 1, format, args);
+    const std::string text = formatted(format, args);
     va_end(args);
-    logBare(std::string(buffer));
+    logBare(text);
 }
 
 void Logger::logf(const wchar_t* format, ...)
 {
-    wchar_t buffer[formatBufferSize] = {};
     va_list args;
     va_start(args, format);
-    _vswprintf_c_l(buffer, formatBufferSize - 1, format, nullptr, args);
+    const std::wstring text = formatted(format, args);
     va_end(args);
-    logBare(std::wstring(buffer));
+    logBare(text);
 }
 
 std::string Logger::_time()
