@@ -7,54 +7,32 @@ namespace detail {
 
 std::string qualifiedFunctionName(const char* prettyFunction)
 {
-    const std::string signature(prettyFunction);
     typedef std::string::size_type Index;
-    static const char keyword[] = "operator";
-    const Index keywordLength = sizeof keyword - 1;
+    const std::string signature(prettyFunction);
 
     // The parameter list opens at the first parenthesis outside template
-    // arguments. An operator's own symbols ("<<", "()") are skipped, and the
-    // search back for the start of the name begins at its keyword.
+    // arguments.
     int depth = 0;
-    Index open = std::string::npos;
-    Index nameEnd = std::string::npos;
-    for (Index i = 0; i < signature.size(); ++i) {
-        const char c = signature[i];
-        const bool wordStart = i == 0 || signature[i - 1] == ':' || signature[i - 1] == ' ';
-        if (depth == 0 && wordStart && signature.compare(i, keywordLength, keyword) == 0) {
-            nameEnd = i;
-            i += keywordLength;
-            if (signature.compare(i, 2, "()") == 0)
-                i += 2;
-            open = signature.find('(', i);
-            break;
-        }
-        if (c == '<')
+    Index open = 0;
+    while (open < signature.size() && (signature[open] != '(' || depth != 0)) {
+        if (signature[open] == '<')
             ++depth;
-        else if (c == '>' && depth > 0)
+        else if (signature[open] == '>')
             --depth;
-        else if (c == '(' && depth == 0) {
-            open = nameEnd = i;
-            break;
-        }
+        ++open;
     }
-    if (open == std::string::npos)
-        return signature;
 
     // The name starts after the last blank outside template arguments: what
     // stands before it is the return type.
-    Index start = 0;
-    depth = 0;
-    for (Index i = nameEnd; i-- > 0;) {
-        const char c = signature[i];
+    Index start = open;
+    for (depth = 0; start > 0; --start) {
+        const char c = signature[start - 1];
         if (c == '>')
             ++depth;
-        else if (c == '<' && depth > 0)
+        else if (c == '<')
             --depth;
-        else if (c == ' ' && depth == 0) {
-            start = i + 1;
+        else if (c == ' ' && depth == 0)
             break;
-        }
     }
     return signature.substr(start, open - start);
 }

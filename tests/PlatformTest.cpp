@@ -35,28 +35,6 @@ int formatWide(wchar_t* buffer, std::size_t count, const wchar_t* format, ...)
 
 } // namespace
 
-TEST(Platform, CriticalSectionIsRecursive)
-{
-    CRITICAL_SECTION section;
-    InitializeCriticalSection(&section);
-    EnterCriticalSection(&section);
-    EXPECT_NE(TryEnterCriticalSection(&section), 0);
-    auto tryFromOtherThread = [&] {
-        return std::async(std::launch::async, [&] {
-                   const BOOL got = TryEnterCriticalSection(&section);
-                   if (got)
-                       LeaveCriticalSection(&section);
-                   return got != 0;
-               }).get();
-    };
-    EXPECT_FALSE(tryFromOtherThread());
-    LeaveCriticalSection(&section);
-    EXPECT_FALSE(tryFromOtherThread());
-    LeaveCriticalSection(&section);
-    EXPECT_TRUE(tryFromOtherThread());
-    DeleteCriticalSection(&section);
-}
-
 TEST(Platform, ThreadIdsAreStablePerThreadAndDistinct)
 {
     const DWORD mine = GetCurrentThreadId();
