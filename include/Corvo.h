@@ -7,6 +7,8 @@
 #include "CorvoException.h"
 #include "CorvoExport.h"
 #include "CorvoNumberToString.h"
+#include "CorvoString.h"
+#include "CorvoTokenizer.h"
 #include "CorvoUtf8String.h"
 #include "ZimException.h"
 
