@@ -3,9 +3,11 @@
 #define CORVO_H
 
 #include "CorvoBasicTypes.h"
+#include "CorvoConverter.h"
 #include "CorvoCriticalSection.h"
 #include "CorvoException.h"
 #include "CorvoExport.h"
+#include "CorvoLocaleConverter.h"
 #include "CorvoNumberToString.h"
 #include "CorvoString.h"
 #include "CorvoTokenizer.h"

@@ -19,13 +19,18 @@ set(exported
   _ZTIN4Vesk5Corvo23StringEncodingExceptionE
   _ZN4Vesk3Zim9ExceptionC
   _ZN4Vesk5Corvo9MAX_UInt8E
-  _ZN4Vesk5Corvo12alignAddress)
+  _ZN4Vesk5Corvo12alignAddress
+  _ZN4Vesk5Corvo11str_to_tstr
+  _ZN4Vesk5Corvo9Tokenizer17defaultDelimiters
+  _ZN4Vesk5Corvo9Converter7toUtf16
+  _ZN4Vesk5Corvo20Win32LocaleConverter10ansiToUtf8)
 set(internal
   11Utf8Encoder
   11Utf8Decoder
   28codePointPosition2ByteOffset
   28byteOffset2CodePointPosition
-  21qualifiedFunctionName)
+  21qualifiedFunctionName
+  MultiByteToWideChar)
 
 foreach(symbol IN LISTS exported)
   string(FIND "${table}" "${symbol}" at)
