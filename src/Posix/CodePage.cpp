@@ -31,7 +31,7 @@ std::string charsetOf(UINT codePage)
 
 // Converts size bytes at input from one character set to another. What cannot
 // be converted becomes replacement, and the conversion goes on step bytes
-// further (one unit of the source). False if iconv knows either set not.
+// further (one unit of the source). False if iconv does not know a set.
 bool transcode(const std::string& to, const std::string& from, const char* input,
                std::size_t size, std::size_t step, const std::string& replacement,
                std::string& output)
