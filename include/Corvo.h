@@ -3,11 +3,15 @@
 #define CORVO_H
 
 #include "CorvoBasicTypes.h"
+#include "CorvoConverter.h"
 #include "CorvoCriticalSection.h"
 #include "CorvoDeveloperConfig.h"
 #include "CorvoException.h"
 #include "CorvoExport.h"
+#include "CorvoLocaleConverter.h"
 #include "CorvoNumberToString.h"
+#include "CorvoString.h"
+#include "CorvoTokenizer.h"
 #include "CorvoUtf8String.h"
 #include "ZimException.h"
 #include "ZimLogPolicy.h"

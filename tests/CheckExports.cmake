@@ -23,7 +23,11 @@ set(exported
   _ZN4Vesk3Zim6Logger12getSingleton
   _ZTIN4Vesk3Zim15LogToFilePolicyE
   _ZN4Vesk5Corvo20Win32CriticalSection7acquire
-  _ZN4Vesk5Corvo15DeveloperConfig11setLogLevel)
+  _ZN4Vesk5Corvo15DeveloperConfig11setLogLevel
+  _ZN4Vesk5Corvo11str_to_tstr
+  _ZN4Vesk5Corvo9Tokenizer17defaultDelimiters
+  _ZN4Vesk5Corvo9Converter7toUtf16
+  _ZN4Vesk5Corvo20Win32LocaleConverter10ansiToUtf8)
 set(internal
   11Utf8Encoder
   11Utf8Decoder
@@ -32,7 +36,8 @@ set(internal
   21qualifiedFunctionName
   18LogToConsolePolicy
   _Z25InitializeCriticalSection
-  _Z18GetCurrentThreadId)
+  _Z18GetCurrentThreadId
+  MultiByteToWideChar)
 
 foreach(symbol IN LISTS exported)
   string(FIND "${table}" "${symbol}" at)

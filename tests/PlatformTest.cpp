@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <clocale>
 #include <cstdarg>
 #include <ctime>
 #include <fstream>
@@ -33,7 +34,65 @@ int formatWide(wchar_t* buffer, std::size_t count, const wchar_t* format, ...)
     return result;
 }
 
+// Size query, then the conversion into a buffer of exactly that size.
+std::wstring toWide(UINT codePage, const std::string& bytes)
+{
+    const int length = static_cast<int>(bytes.size());
+    const int size = MultiByteToWideChar(codePage, 0, bytes.data(), length, nullptr, 0);
+    std::wstring wide(static_cast<std::size_t>(size), L'#');
+    EXPECT_EQ(MultiByteToWideChar(codePage, 0, bytes.data(), length, &wide[0], size), size);
+    return wide;
+}
+
+std::string toBytes(UINT codePage, const std::wstring& wide)
+{
+    const int length = static_cast<int>(wide.size());
+    const int size =
+        WideCharToMultiByte(codePage, 0, wide.data(), length, nullptr, 0, nullptr, nullptr);
+    std::string bytes(static_cast<std::size_t>(size), '#');
+    EXPECT_EQ(WideCharToMultiByte(codePage, 0, wide.data(), length, &bytes[0], size, nullptr,
+                                  nullptr),
+              size);
+    return bytes;
+}
+
 } // namespace
+
+TEST(Platform, CodePageConversionsCountUnitsAndNeedRoomForAll)
+{
+    WCHAR wide[6] = {L'*', L'*', L'*', L'*', L'*', L'*'};
+    EXPECT_EQ(MultiByteToWideChar(CP_UTF8, 0, "ab\0\xC3\xA9", 5, wide, 3), 0);
+    // The NUL is converted like any unit, and nothing is added behind.
+    EXPECT_EQ(MultiByteToWideChar(CP_UTF8, 0, "ab\0\xC3\xA9", 5, wide, 6), 4);
+    EXPECT_EQ(std::wstring(wide, 6), std::wstring(L"ab\0\x00E9**", 6));
+    EXPECT_EQ(MultiByteToWideChar(CP_UTF8, 0, "ab", 0, nullptr, 0), 0);
+    char narrow[1];
+    EXPECT_EQ(WideCharToMultiByte(CP_UTF8, 0, L"\x00E9", 1, narrow, 1, nullptr, nullptr), 0);
+}
+
+TEST(Platform, AnsiIs1252AndUtf8CarriesSurrogatePairs)
+{
+    EXPECT_EQ(toWide(CP_ACP, "\xE9\x80\x9F"), (std::wstring{0xE9, 0x20AC, 0x178}));
+    EXPECT_EQ(toBytes(CP_ACP, std::wstring{0xE9, 0x20AC}), "\xE9\x80");
+
+    EXPECT_EQ(toWide(CP_UTF8, "a\xF0\x9F\x98\x80"), (std::wstring{L'a', 0xD83D, 0xDE00}));
+    EXPECT_EQ(toBytes(CP_UTF8, std::wstring{0xD83D, 0xDE00}), "\xF0\x9F\x98\x80");
+    // Bad input is replaced, not refused.
+    EXPECT_EQ(toWide(CP_UTF8, "\xFF"), std::wstring(1, 0xFFFD));
+    EXPECT_EQ(toBytes(CP_UTF8, std::wstring{0xD800, L'a'}), "\xEF\xBF\xBD" "a");
+}
+
+#if !defined(_WIN32)
+// Linux only: the ANSI code page is the C locale's character set.
+TEST(Platform, AnsiCodePageFollowsTheCLocale)
+{
+    const std::string previous = std::setlocale(LC_CTYPE, nullptr);
+    ASSERT_NE(std::setlocale(LC_CTYPE, "C.UTF-8"), nullptr);
+    const std::wstring wide = toWide(CP_ACP, "\xC3\xA9");
+    std::setlocale(LC_CTYPE, previous.c_str());
+    EXPECT_EQ(wide, std::wstring(1, 0xE9));
+}
+#endif
 
 TEST(Platform, ThreadIdsAreStablePerThreadAndDistinct)
 {

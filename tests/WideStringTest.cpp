@@ -1,0 +1,114 @@
+// The wide string helpers and the Tokenizer.
+#include "CorvoException.h"
+#include "CorvoString.h"
+#include "CorvoTokenizer.h"
+#include "TestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+using namespace Vesk::Corvo;
+using corvo_test::throwsWith;
+
+namespace {
+
+std::vector<std::wstring> tokensOf(Tokenizer& tokenizer)
+{
+    std::vector<std::wstring> tokens;
+    while (tokenizer.nextToken())
+        tokens.push_back(tokenizer.getToken());
+    return tokens;
+}
+
+} // namespace
+
+TEST(WideString, WideningSignExtendsBytesAndNarrowingRefusesAbove255)
+{
+    const std::wstring wide = str_to_tstr(std::string("a\0\x7F\x80\xE9\xFF", 6));
+    const std::wstring expected = {L'a', 0, 0x7F, 0xFF80, 0xFFE9, 0xFFFF};
+    EXPECT_EQ(wide, expected);
+    EXPECT_EQ(tstr_to_str(std::wstring(L"a\0\x00E9\x00FF", 4)), std::string("a\0\xE9\xFF", 4));
+    EXPECT_EQ(tstr_to_str(L""), "");
+    // So a byte from 0x80 up does not come back.
+    EXPECT_TRUE(throwsWith<Exception>([&] { tstr_to_str(wide); }, "Error on conversion tstr_to_str"));
+    EXPECT_THROW(tstr_to_str(std::wstring(1, static_cast<wchar_t>(-1))), Exception);
+}
+
+TEST(WideString, PlusAppendsToItsLeftOperand)
+{
+    std::wstring text(L"id");
+    EXPECT_EQ(&(text + -5), &text);
+    EXPECT_EQ(text, L"id-5");
+}
+
+TEST(WideString, TrimRemovesOuterWhiteSpaceOnly)
+{
+    std::wstring text(L" \t\r\na b\t");
+    EXPECT_EQ(&trim(text), &text);
+    EXPECT_EQ(text, L"a b");
+    const std::wstring original(L" x ");
+    EXPECT_EQ(trim(original), L"x");
+    EXPECT_EQ(original, L" x ");
+    std::wstring left(L" x "), right(L" x ");
+    EXPECT_EQ(trimLeft(left), L"x ");
+    EXPECT_EQ(trimRight(right), L" x");
+    for (const wchar_t* blank : {L"", L" \t\r\n\v\f"})
+        EXPECT_EQ(trim(std::wstring(blank)), L"");
+}
+
+TEST(WideString, ReplaceInSkipsWhatItInserted)
+{
+    std::wstring text(L"aXa");
+    EXPECT_EQ(&replaceIn(text, L"a", L"aa"), &text);
+    EXPECT_EQ(text, L"aaXaa");
+    text = L"abab";
+    EXPECT_EQ(replaceIn(text, L"", L"z"), L"abab");
+    EXPECT_EQ(replaceIn(text, L"q", L"z"), L"abab");
+    EXPECT_EQ(replaceIn(text, L"b", L""), L"aa");
+    EXPECT_EQ(replaceIn(text, L"a", L"b"), L"bb");
+}
+
+TEST(WideString, IsNumericReadsOneWholeDecimalNumberForTheThreeBases)
+{
+    for (const wchar_t* number : {L"12", L"-1.5", L"1e3", L" 12"})
+        EXPECT_TRUE(isNumeric(number, 512)) << number;
+    for (const wchar_t* other : {L"12 ", L"12a", L"", L" "})
+        EXPECT_FALSE(isNumeric(other, 512)) << other;
+    // The base selects nothing; this platform's own flag values are no base.
+    EXPECT_FALSE(isNumeric(L"ff", 2048));
+    EXPECT_TRUE(isNumeric(L"9", 1024));
+    for (int base : {10, 16, 8, 2})
+        EXPECT_FALSE(isNumeric(L"12", base)) << base;
+}
+
+TEST(Tokenizer, RunsAndEndsOfDelimitersGiveNoEmptyTokens)
+{
+    Tokenizer words(L" a  \tb\r\n");
+    EXPECT_EQ(tokensOf(words), (std::vector<std::wstring>{L"a", L"b"}));
+    EXPECT_FALSE(words.nextToken());
+    EXPECT_EQ(words.getToken(), L"b");
+
+    Tokenizer blank(L" \t\r\n");
+    EXPECT_FALSE(blank.nextToken());
+    EXPECT_EQ(blank.getToken(), L"");
+
+    Tokenizer whole(L" a ", L"");
+    EXPECT_EQ(tokensOf(whole), (std::vector<std::wstring>{L" a "}));
+}
+
+TEST(Tokenizer, PerCallDelimitersStartFromTheEndingDelimiter)
+{
+    Tokenizer tokenizer(L"a,b c d");
+    ASSERT_TRUE(tokenizer.nextToken(L","));
+    EXPECT_EQ(tokenizer.getToken(), L"a");
+    ASSERT_TRUE(tokenizer.nextToken(L" "));
+    EXPECT_EQ(tokenizer.getToken(), L",b");
+    // The stored set again, and a copy goes on independently.
+    ASSERT_TRUE(tokenizer.nextToken());
+    Tokenizer copy(tokenizer);
+    EXPECT_EQ(tokensOf(tokenizer), (std::vector<std::wstring>{L"d"}));
+    EXPECT_EQ(copy.getToken(), L"c");
+    EXPECT_EQ(tokensOf(copy), (std::vector<std::wstring>{L"d"}));
+}
