@@ -4,6 +4,7 @@
 #define CORVO_TEST_LOG_CAPTURE_H
 
 #include "ZimLogPolicy.h"
+#include "ZimLogger.h"
 
 #include <iostream>
 #include <sstream>
@@ -36,6 +37,32 @@ public:
 
 private:
     std::vector<Record>& m_sink;
+};
+
+// A recording policy under a name of its own, enabled in the process's
+// Logger for the life of the object.
+class Recorder
+{
+public:
+    explicit Recorder(const std::string& name) : m_name(name), m_policy(name, records)
+    {
+        Vesk::Zim::Logger::getSingleton().addPolicy(m_policy, true);
+    }
+    ~Recorder() { Vesk::Zim::Logger::getSingleton().disablePolicy(m_name); }
+
+    std::vector<std::string> texts() const
+    {
+        std::vector<std::string> result;
+        for (const Record& r : records)
+            result.push_back(r.text);
+        return result;
+    }
+
+    std::vector<Record> records;
+
+private:
+    std::string m_name;
+    RecordingPolicy m_policy;
 };
 
 // Redirects std::cout for its lifetime.

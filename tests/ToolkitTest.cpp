@@ -19,36 +19,11 @@
 
 using namespace Vesk::Zim;
 using corvo_test::Record;
-using corvo_test::RecordingPolicy;
+using corvo_test::Recorder;
 
 namespace {
 
 Logger& logger() { return Logger::getSingleton(); }
-
-// Enables a recording policy for the life of the object.
-class Recorder
-{
-public:
-    explicit Recorder(const std::string& name) : m_name(name), m_policy(name, records)
-    {
-        logger().addPolicy(m_policy, true);
-    }
-    ~Recorder() { logger().disablePolicy(m_name); }
-
-    std::vector<std::string> texts() const
-    {
-        std::vector<std::string> result;
-        for (const Record& r : records)
-            result.push_back(r.text);
-        return result;
-    }
-
-    std::vector<Record> records;
-
-private:
-    std::string m_name;
-    RecordingPolicy m_policy;
-};
 
 typedef std::vector<std::string> Texts;
 
