@@ -88,6 +88,99 @@ public:
 
     void swap(Utf8String& other);
 
+    // Editing. Positions and counts on this text are code points; a position
+    // up to size() is accepted, and a count past the end stops at the end.
+    // A count that goes with a const char* must be met exactly. A failed edit
+    // leaves the text as it was.
+    Utf8String& append(const Utf8String& str);
+    Utf8String& append(const Utf8String& str, unsigned int pos, unsigned int n);
+    Utf8String& append(const std::string& s);
+    Utf8String& append(const char* s);
+    Utf8String& append(const char* s, unsigned int n);
+    Utf8String& append(unsigned int n, unsigned long codePoint);
+    Utf8String& append(iterator first, iterator last);
+    Utf8String& operator+=(const Utf8String& str);
+    Utf8String& operator+=(const char* s);
+    Utf8String& operator+=(unsigned long codePoint);
+    void push_back(unsigned long codePoint);
+
+    Utf8String& assign(const Utf8String& str);
+    Utf8String& assign(const Utf8String& str, unsigned int pos, unsigned int n);
+    Utf8String& assign(const std::string& s);
+    Utf8String& assign(const char* s);
+    Utf8String& assign(const char* s, unsigned int n);
+    Utf8String& assign(unsigned int n, unsigned long codePoint);
+    Utf8String& assign(iterator first, iterator last);
+
+    Utf8String& insert(unsigned int pos, const Utf8String& str);
+    Utf8String& insert(unsigned int pos, const Utf8String& str, unsigned int pos2, unsigned int n);
+    Utf8String& insert(unsigned int pos, const char* s, unsigned int n);
+    // The bytes of s up to its NUL go in as they stand, unchecked: the one
+    // way invalid UTF-8 can enter a text.
+    Utf8String& insert(unsigned int pos, const char* s);
+    Utf8String& insert(unsigned int pos, unsigned int n, unsigned long codePoint);
+    iterator insert(iterator where, unsigned long codePoint);
+    void insert(iterator where, unsigned int n, unsigned long codePoint);
+    void insert(iterator where, iterator first, iterator last);
+
+    Utf8String& erase(unsigned int pos = 0, unsigned int n = npos);
+    iterator erase(iterator where);
+    iterator erase(iterator first, iterator last);
+
+    Utf8String& replace(unsigned int pos, unsigned int n, const Utf8String& str);
+    Utf8String& replace(unsigned int pos, unsigned int n, const Utf8String& str, unsigned int pos2,
+                        unsigned int count2);
+    Utf8String& replace(unsigned int pos, unsigned int n, const char* s, unsigned int count2);
+    Utf8String& replace(unsigned int pos, unsigned int n, const char* s);
+    Utf8String& replace(unsigned int pos, unsigned int n, unsigned int count, unsigned long codePoint);
+    Utf8String& replace(iterator first, iterator last, const Utf8String& str);
+    Utf8String& replace(iterator first, iterator last, const char* s, unsigned int n);
+    Utf8String& replace(iterator first, iterator last, const char* s);
+    Utf8String& replace(iterator first, iterator last, unsigned int count, unsigned long codePoint);
+
+    // Comparison by code point value, giving exactly -1, 0 or 1. A start
+    // position past the end raises StringEncodingException; an explicit count
+    // is not cut to the text.
+    int compare(const Utf8String& str) const;
+    int compare(unsigned int pos1, unsigned int count1, const Utf8String& str) const;
+    int compare(unsigned int pos1, unsigned int count1, const Utf8String& str, unsigned int pos2,
+                unsigned int count2) const;
+    int compare(const char* s) const;
+    int compare(unsigned int pos1, unsigned int count1, const char* s) const;
+    int compare(unsigned int pos1, unsigned int count1, const char* s, unsigned int count2) const;
+
+    Utf8String substr(unsigned int pos = 0, unsigned int n = npos);
+
+    // find and rfind match bytes and answer code-point positions; the set
+    // searches go code point by code point. npos means not found.
+    unsigned int find(const Utf8String& str, unsigned int pos = 0) const;
+    unsigned int find(const char* s, unsigned int pos, unsigned int n) const;
+    unsigned int find(const char* s, unsigned int pos = 0) const;
+    unsigned int find(unsigned long codePoint, unsigned int pos = 0) const;
+    unsigned int rfind(const Utf8String& str, unsigned int pos = npos) const;
+    unsigned int rfind(const char* s, unsigned int pos, unsigned int n) const;
+    unsigned int rfind(const char* s, unsigned int pos = npos) const;
+    unsigned int rfind(unsigned long codePoint, unsigned int pos = npos) const;
+
+    unsigned int find_first_of(const Utf8String& str, unsigned int pos = 0) const;
+    unsigned int find_first_of(const char* s, unsigned int pos, unsigned int n) const;
+    unsigned int find_first_of(const char* s, unsigned int pos = 0) const;
+    unsigned int find_first_of(unsigned long codePoint, unsigned int pos = 0) const;
+    unsigned int find_last_of(const Utf8String& str, unsigned int pos = npos) const;
+    unsigned int find_last_of(const char* s, unsigned int pos, unsigned int n) const;
+    unsigned int find_last_of(const char* s, unsigned int pos = npos) const;
+    unsigned int find_last_of(unsigned long codePoint, unsigned int pos = npos) const;
+    unsigned int find_first_not_of(const Utf8String& str, unsigned int pos = 0) const;
+    unsigned int find_first_not_of(const char* s, unsigned int pos, unsigned int n) const;
+    unsigned int find_first_not_of(const char* s, unsigned int pos = 0) const;
+    unsigned int find_first_not_of(unsigned long codePoint, unsigned int pos = 0) const;
+    unsigned int find_last_not_of(const Utf8String& str, unsigned int pos = npos) const;
+    unsigned int find_last_not_of(const char* s, unsigned int pos, unsigned int n) const;
+    // Answers npos, rather than raising, when a StringEncodingException
+    // arises on the way.
+    unsigned int find_last_not_of(const char* s, unsigned int pos = npos) const;
+    unsigned int find_last_not_of(unsigned long codePoint, unsigned int pos = npos) const;
+
 private:
     std::string* m_utf8;
     std::wstring* m_utf16;
@@ -98,6 +191,31 @@ CORVO_API std::istream& operator>>(std::istream& is, Utf8String& str);
 CORVO_API std::istream& getline(std::istream& is, Utf8String& str, char delimiter = '\n');
 CORVO_API std::ostream& operator<<(std::ostream& os, const Utf8String& str);
 CORVO_API void swap(Utf8String& a, Utf8String& b);
+
+CORVO_API Utf8String operator+(const Utf8String& a, const Utf8String& b);
+CORVO_API Utf8String operator+(const Utf8String& a, const char* s);
+CORVO_API Utf8String operator+(const char* s, const Utf8String& b);
+CORVO_API Utf8String operator+(const Utf8String& a, unsigned long codePoint);
+CORVO_API Utf8String operator+(unsigned long codePoint, const Utf8String& b);
+
+CORVO_API bool operator==(const Utf8String& a, const Utf8String& b);
+CORVO_API bool operator!=(const Utf8String& a, const Utf8String& b);
+CORVO_API bool operator<(const Utf8String& a, const Utf8String& b);
+CORVO_API bool operator<=(const Utf8String& a, const Utf8String& b);
+CORVO_API bool operator>(const Utf8String& a, const Utf8String& b);
+CORVO_API bool operator>=(const Utf8String& a, const Utf8String& b);
+CORVO_API bool operator==(const Utf8String& a, const char* s);
+CORVO_API bool operator!=(const Utf8String& a, const char* s);
+CORVO_API bool operator<(const Utf8String& a, const char* s);
+CORVO_API bool operator<=(const Utf8String& a, const char* s);
+CORVO_API bool operator>(const Utf8String& a, const char* s);
+CORVO_API bool operator>=(const Utf8String& a, const char* s);
+CORVO_API bool operator==(const char* s, const Utf8String& b);
+CORVO_API bool operator!=(const char* s, const Utf8String& b);
+CORVO_API bool operator<(const char* s, const Utf8String& b);
+CORVO_API bool operator<=(const char* s, const Utf8String& b);
+CORVO_API bool operator>(const char* s, const Utf8String& b);
+CORVO_API bool operator>=(const char* s, const Utf8String& b);
 
 } // namespace Corvo
 } // namespace Vesk

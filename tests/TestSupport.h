@@ -3,20 +3,13 @@
 #define CORVO_TEST_SUPPORT_H
 
 #include "CorvoException.h"
+#include "ReportReason.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
 namespace corvo_test {
-
-// The reason of a report: the text between its first label and "\nFile:".
-inline std::string reasonOf(const Vesk::Corvo::Exception& e)
-{
-    const std::string report = e.getDescription();
-    const std::string label = "Reason:\t  ";
-    return report.substr(label.size(), report.find("\nFile:") - label.size());
-}
 
 // Runs f and expects it to throw exactly E (or a descendant) whose what()
 // text, or for Corvo exceptions whose reason, is the given text.
