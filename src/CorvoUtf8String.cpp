@@ -62,8 +62,11 @@ void appendRepeated(std::string& out, unsigned int n, unsigned long codePoint)
     // geometric growth.
     if (n > 1)
         out.reserve(out.size() + n * length);
+    // Byte by byte: push_back inlines, where append(ptr, n) is a call that
+    // costs more than the copy of one to four bytes.
     for (unsigned int i = 0; i < n; ++i)
-        out.append(encoded, length);
+        for (Size b = 0; b < length; ++b)
+            out.push_back(encoded[b]);
 }
 
 unsigned int codePointCount(const std::string& text)
