@@ -129,8 +129,9 @@ std::string_view countedBytes(const char* s, unsigned int n)
     return std::string_view(s, count);
 }
 
-// Every edit ends here, after all mapping and checking, so that a failed
-// edit leaves the text alone. The bytes may lie in text itself.
+// Every edit from a source of bytes ends here, after all mapping and
+// checking, so that a failed edit leaves the text alone. The bytes may lie in
+// text itself.
 void splice(std::string& text, const ByteRange& target, std::string_view bytes)
 {
     if (text.size() - target.count + bytes.size() > maxSize)
