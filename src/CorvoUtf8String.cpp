@@ -62,8 +62,11 @@ void appendRepeated(std::string& out, unsigned int n, unsigned long codePoint)
     // geometric growth.
     if (n > 1)
         out.reserve(out.size() + n * length);
+    // Byte by byte: push_back inlines, where append(ptr, n) is a call that
+    // costs more than the copy of one to four bytes.
     for (unsigned int i = 0; i < n; ++i)
-        out.append(encoded, length);
+        for (Size b = 0; b < length; ++b)
+            out.push_back(encoded[b]);
 }
 
 unsigned int codePointCount(const std::string& text)
@@ -126,8 +129,9 @@ std::string_view countedBytes(const char* s, unsigned int n)
     return std::string_view(s, count);
 }
 
-// Every edit ends here, after all mapping and checking, so that a failed
-// edit leaves the text alone. The bytes may lie in text itself.
+// Every edit from a source of bytes ends here, after all mapping and
+// checking, so that a failed edit leaves the text alone. The bytes may lie in
+// text itself.
 void splice(std::string& text, const ByteRange& target, std::string_view bytes)
 {
     if (text.size() - target.count + bytes.size() > maxSize)

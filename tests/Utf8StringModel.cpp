@@ -338,7 +338,7 @@ private:
 bool Script::edit()
 {
     // The source text is now and then the target itself, as it was.
-    const bool self = pick(4) == 0;
+    const bool self = m_model.size() < 64 && pick(4) == 0; // no doubling without end
     const Model sourceModel = self ? m_model : codePoints();
     const Utf8String other(encode(sourceModel));
     const Utf8String& source = self ? m_text : other;
