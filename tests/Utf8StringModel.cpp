@@ -1,3 +1,5 @@
+// The code-point model of Utf8String and the scripts that drive both: each
+// step edits or reads the text and a std::u32string alike, and compares them.
 #include "Utf8StringModel.h"
 
 #include "CorvoException.h"
