@@ -12,7 +12,7 @@
 namespace corvo_test {
 
 // Runs f and expects it to throw exactly E (or a descendant) whose what()
-// text, or for Corvo exceptions whose reason, is the given text.
+// text, or for Corvo and Zim exceptions whose reason, is the given text.
 template <typename E, typename F>
 ::testing::AssertionResult throwsWith(F f, const std::string& text)
 {
@@ -20,7 +20,7 @@ template <typename E, typename F>
         f();
     } catch (const E& e) {
         std::string got;
-        if constexpr (std::is_base_of_v<Vesk::Corvo::Exception, E>)
+        if constexpr (std::is_base_of_v<Vesk::Corvo::Exception, E> || std::is_same_v<Vesk::Zim::Exception, E>)
             got = reasonOf(e);
         else
             got = e.what();
