@@ -1,7 +1,7 @@
 // Code-page conversion on iconv. UTF-16 travels as UTF-16LE bytes between
 // iconv and the WCHAR units of the callers.
 #include "PosixSupport.h"
-#include "Win32Api.h"
+#include "Win32CodePage.h"
 
 #include <iconv.h>
 #include <langinfo.h>
@@ -66,7 +66,7 @@ bool transcode(const std::string& to, const std::string& from, const char* input
         if (result != static_cast<std::size_t>(-1) || error != E2BIG)
             break;
     }
-    Vesk::Corvo::Posix::requireSuccess(iconv_close(converter) == 0 ? 0 : errno, "iconv_close");
+    Vesk::Corvo::Posix::abortOnError(iconv_close(converter) == 0 ? 0 : errno, "iconv_close");
     return true;
 }
 

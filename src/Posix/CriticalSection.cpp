@@ -1,17 +1,17 @@
 // Critical sections on a recursive pthread mutex: owner-counted like the
 // Win32 object, and an uncontended enter and leave stay in user space.
 #include "PosixSupport.h"
-#include "Win32Api.h"
+#include "Win32Sync.h"
 
-using Vesk::Corvo::Posix::requireSuccess;
+using Vesk::Corvo::Posix::abortOnError;
 
 void InitializeCriticalSection(LPCRITICAL_SECTION section)
 {
     pthread_mutexattr_t attributes;
-    requireSuccess(pthread_mutexattr_init(&attributes), "pthread_mutexattr_init");
-    requireSuccess(pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE),
+    abortOnError(pthread_mutexattr_init(&attributes), "pthread_mutexattr_init");
+    abortOnError(pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE),
                    "pthread_mutexattr_settype");
-    requireSuccess(pthread_mutex_init(&section->mutex, &attributes), "pthread_mutex_init");
+    abortOnError(pthread_mutex_init(&section->mutex, &attributes), "pthread_mutex_init");
     pthread_mutexattr_destroy(&attributes);
 }
 
@@ -19,7 +19,7 @@ void DeleteCriticalSection(LPCRITICAL_SECTION section) { pthread_mutex_destroy(&
 
 void EnterCriticalSection(LPCRITICAL_SECTION section)
 {
-    requireSuccess(pthread_mutex_lock(&section->mutex), "pthread_mutex_lock");
+    abortOnError(pthread_mutex_lock(&section->mutex), "pthread_mutex_lock");
 }
 
 BOOL TryEnterCriticalSection(LPCRITICAL_SECTION section)
@@ -29,5 +29,5 @@ BOOL TryEnterCriticalSection(LPCRITICAL_SECTION section)
 
 void LeaveCriticalSection(LPCRITICAL_SECTION section)
 {
-    requireSuccess(pthread_mutex_unlock(&section->mutex), "pthread_mutex_unlock");
+    abortOnError(pthread_mutex_unlock(&section->mutex), "pthread_mutex_unlock");
 }

@@ -1,17 +1,17 @@
 // File attributes and deletion on stat, chmod and unlink.
 #include "PosixSupport.h"
-#include "Win32Api.h"
+#include "Win32File.h"
 
 #include <dirent.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 
-using Vesk::Corvo::Posix::setLastErrorFromErrno;
+using Vesk::Corvo::Posix::fail;
+using Vesk::Corvo::Posix::failFromErrno;
 
 namespace {
 
@@ -49,10 +49,8 @@ bool openInThisProcess(const struct stat& file)
 DWORD GetFileAttributesA(LPCSTR path)
 {
     struct stat status;
-    if (stat(path, &status) != 0) {
-        setLastErrorFromErrno(errno);
-        return INVALID_FILE_ATTRIBUTES;
-    }
+    if (stat(path, &status) != 0)
+        return failFromErrno(INVALID_FILE_ATTRIBUTES);
     DWORD attributes = 0;
     if ((status.st_mode & writeBits) == 0)
         attributes |= FILE_ATTRIBUTE_READONLY;
@@ -67,18 +65,14 @@ DWORD GetFileAttributesA(LPCSTR path)
 BOOL SetFileAttributesA(LPCSTR path, DWORD attributes)
 {
     struct stat status;
-    if (stat(path, &status) != 0) {
-        setLastErrorFromErrno(errno);
-        return FALSE;
-    }
+    if (stat(path, &status) != 0)
+        return failFromErrno(FALSE);
     const mode_t permissions = status.st_mode & 07777;
     const mode_t wanted = (attributes & FILE_ATTRIBUTE_READONLY)
                               ? permissions & ~writeBits
                               : ((permissions & writeBits) ? permissions : permissions | S_IWUSR);
-    if (wanted != permissions && chmod(path, wanted) != 0) {
-        setLastErrorFromErrno(errno);
-        return FALSE;
-    }
+    if (wanted != permissions && chmod(path, wanted) != 0)
+        return failFromErrno(FALSE);
     return TRUE;
 }
 
@@ -88,21 +82,11 @@ BOOL SetFileAttributesA(LPCSTR path, DWORD attributes)
 BOOL DeleteFileA(LPCSTR path)
 {
     struct stat status;
-    if (lstat(path, &status) != 0) {
-        setLastErrorFromErrno(errno);
-        return FALSE;
-    }
-    if (S_ISDIR(status.st_mode)) {
-        SetLastError(ERROR_ACCESS_DENIED);
-        return FALSE;
-    }
-    if (openInThisProcess(status)) {
-        SetLastError(ERROR_SHARING_VIOLATION);
-        return FALSE;
-    }
-    if (unlink(path) != 0) {
-        setLastErrorFromErrno(errno);
-        return FALSE;
-    }
-    return TRUE;
+    if (lstat(path, &status) != 0)
+        return failFromErrno(FALSE);
+    if (S_ISDIR(status.st_mode))
+        return fail(ERROR_ACCESS_DENIED, FALSE);
+    if (openInThisProcess(status))
+        return fail(ERROR_SHARING_VIOLATION, FALSE);
+    return unlink(path) == 0 ? TRUE : failFromErrno(FALSE);
 }

@@ -1,5 +1,5 @@
 // The C runtime's directory listing (_findfirst and friends) on opendir.
-#include "Win32Api.h"
+#include "Win32File.h"
 
 #include <dirent.h>
 #include <fnmatch.h>

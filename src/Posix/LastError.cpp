@@ -1,8 +1,5 @@
 // The last error of each thread, and the one mapping from errno to it.
 #include "PosixSupport.h"
-#include "Win32Api.h"
-
-#include <cerrno>
 
 namespace {
 
@@ -18,7 +15,7 @@ namespace Vesk {
 namespace Corvo {
 namespace Posix {
 
-void setLastErrorFromErrno(int error)
+DWORD win32ErrorFor(int error)
 {
     struct Mapping
     {
@@ -26,17 +23,19 @@ void setLastErrorFromErrno(int error)
         DWORD code;
     };
     static const Mapping table[] = {
-        {ENOENT, ERROR_FILE_NOT_FOUND},   {ENOTDIR, ERROR_PATH_NOT_FOUND},
-        {EACCES, ERROR_ACCESS_DENIED},    {EPERM, ERROR_ACCESS_DENIED},
-        {EISDIR, ERROR_ACCESS_DENIED},    {EROFS, ERROR_ACCESS_DENIED},
-        {EBUSY, ERROR_SHARING_VIOLATION}, {EINVAL, ERROR_INVALID_PARAMETER},
+        {ENOENT, ERROR_FILE_NOT_FOUND},      {ENOTDIR, ERROR_PATH_NOT_FOUND},
+        {EACCES, ERROR_ACCESS_DENIED},       {EPERM, ERROR_ACCESS_DENIED},
+        {EISDIR, ERROR_ACCESS_DENIED},       {EROFS, ERROR_ACCESS_DENIED},
+        {EBUSY, ERROR_SHARING_VIOLATION},    {EINVAL, ERROR_INVALID_PARAMETER},
+        {EBADF, ERROR_INVALID_HANDLE},       {ENOMEM, ERROR_NOT_ENOUGH_MEMORY},
+        {EEXIST, ERROR_ALREADY_EXISTS},      {ENAMETOOLONG, ERROR_FILENAME_EXCED_RANGE},
+        {ENOSPC, ERROR_DISK_FULL},           {EMFILE, ERROR_TOO_MANY_OPEN_FILES},
+        {ENFILE, ERROR_TOO_MANY_OPEN_FILES},
     };
     for (const Mapping& mapping : table)
-        if (mapping.error == error) {
-            lastError = mapping.code;
-            return;
-        }
-    lastError = ERROR_GEN_FAILURE;
+        if (mapping.error == error)
+            return mapping.code;
+    return ERROR_GEN_FAILURE;
 }
 
 } // namespace Posix

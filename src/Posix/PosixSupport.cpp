@@ -9,11 +9,11 @@ namespace Vesk {
 namespace Corvo {
 namespace Posix {
 
-void requireSuccess(int result, const char* call)
+void abortOnError(int error, const char* call)
 {
-    if (result == 0)
+    if (error == 0)
         return;
-    std::fprintf(stderr, "corvo: %s failed: %s\n", call, std::strerror(result));
+    std::fprintf(stderr, "corvo: %s failed: %s\n", call, std::strerror(error));
     std::abort();
 }
 

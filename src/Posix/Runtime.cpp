@@ -1,6 +1,6 @@
 // The pieces of Microsoft's C runtime that the library uses, with their
 // Windows contracts where those differ from the C library's.
-#include "Win32Api.h"
+#include "Win32Runtime.h"
 
 #include <cstdio>
 #include <cstring>

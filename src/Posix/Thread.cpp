@@ -1,5 +1,5 @@
 // Thread identity (Linux).
-#include "Win32Api.h"
+#include "Win32Sync.h"
 
 #include <unistd.h>
 
