@@ -8,7 +8,9 @@
 #include "Win32Base.h"
 #include "Win32CodePage.h"
 #include "Win32File.h"
+#include "Win32Handle.h"
 #include "Win32Runtime.h"
 #include "Win32Sync.h"
+#include "Win32Thread.h"
 
 #endif

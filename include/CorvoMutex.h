@@ -1,0 +1,46 @@
+// A mutex of the platform: recursive for its owning thread, and shared by
+// every process that uses its name.
+#ifndef CORVO_MUTEX_H
+#define CORVO_MUTEX_H
+
+#include "CorvoExport.h"
+
+#include <string>
+
+namespace Vesk {
+namespace Corvo {
+
+class CORVO_API Win32Mutex
+{
+public:
+    // An unnamed mutex, not owned.
+    Win32Mutex();
+    // Creates the mutex of this name, or attaches to the one that exists; the
+    // empty name gives an unnamed mutex.
+    explicit Win32Mutex(const std::string& name);
+    // With openExisting, attaches to the mutex of this name or throws; else
+    // as above.
+    Win32Mutex(const std::string& name, bool openExisting);
+    // Releases once (which frees a level of ownership if this thread owns
+    // it), then closes the handle.
+    virtual ~Win32Mutex();
+
+    // Copies are not offered: two objects would close one handle twice.
+    Win32Mutex(const Win32Mutex&) = delete;
+    Win32Mutex& operator=(const Win32Mutex&) = delete;
+
+    // Waits without limit; a mutex abandoned by an owner that ended without
+    // releasing it is not acquired cleanly, and throws.
+    void acquire();
+    // Waits at most 1 millisecond.
+    bool try_acquire();
+    void release();
+
+private:
+    void* m_handle;
+};
+
+} // namespace Corvo
+} // namespace Vesk
+
+#endif

@@ -1,0 +1,130 @@
+// Kernel objects behind HANDLEs: the one table of handles, and the one way
+// of waiting that every kind of object shares. Only the layer sees this.
+#ifndef CORVO_POSIX_HANDLE_H
+#define CORVO_POSIX_HANDLE_H
+
+#include "Win32Handle.h"
+
+#include <pthread.h>
+
+#include <ctime>
+#include <memory>
+
+namespace Vesk {
+namespace Corvo {
+namespace Posix {
+
+// A point on the monotonic clock by which a wait ends, or none at all.
+class Deadline
+{
+public:
+    // INFINITE gives no deadline; 0 one that has passed already (a poll).
+    static Deadline after(DWORD milliseconds);
+
+    bool unlimited() const { return m_unlimited; }
+    const timespec& when() const { return m_when; }
+    bool passed() const;
+
+private:
+    bool m_unlimited = true;
+    timespec m_when{};
+};
+
+enum class WaitOutcome
+{
+    Acquired,
+    Abandoned, // acquired, from an owner that ended without giving it back
+    TimedOut,
+    Failed // the last error says why
+};
+
+class KernelObject
+{
+public:
+    enum class Kind
+    {
+        Mutex,
+        Semaphore,
+        Event,
+        Thread,
+        File
+    };
+
+    explicit KernelObject(Kind kind) : m_kind(kind) {}
+    virtual ~KernelObject() = default;
+    KernelObject(const KernelObject&) = delete;
+    KernelObject& operator=(const KernelObject&) = delete;
+
+    Kind kind() const { return m_kind; }
+
+    // Takes the object for the calling thread once it is signalled, or gives
+    // up at the deadline. Objects that cannot be waited on keep this one.
+    virtual WaitOutcome wait(const Deadline& deadline);
+
+private:
+    const Kind m_kind;
+};
+
+// Enters an object in the handle table with the given access rights; a null
+// object gives a null handle and leaves the last error as it is.
+HANDLE makeHandle(std::shared_ptr<KernelObject> object, DWORD access);
+
+// The object behind a handle, when it is of the given kind and the handle has
+// every one of the rights asked for; else null, with the last error set to
+// ERROR_INVALID_HANDLE or ERROR_ACCESS_DENIED.
+std::shared_ptr<KernelObject> lookUp(HANDLE handle, KernelObject::Kind kind, DWORD access);
+
+template <typename Object>
+std::shared_ptr<Object> lookUp(HANDLE handle, DWORD access)
+{
+    return std::static_pointer_cast<Object>(lookUp(handle, Object::objectKind, access));
+}
+
+// A lock and a condition variable on the monotonic clock, which live in the
+// object or, for a named one, in memory shared between processes. The lock
+// is robust: a process that dies holding it leaves it usable, since it is
+// only ever held for a few instructions that keep the guarded state whole.
+struct Monitor
+{
+    pthread_mutex_t lock;
+    pthread_cond_t changed;
+
+    void initialise(bool shared);
+    void destroy();
+};
+
+// Holds a monitor's lock for a scope.
+class MonitorLock
+{
+public:
+    explicit MonitorLock(Monitor& monitor);
+    ~MonitorLock();
+    MonitorLock(const MonitorLock&) = delete;
+    MonitorLock& operator=(const MonitorLock&) = delete;
+
+    // Waits until `take` succeeds (it tests the state and, if it can, takes
+    // what the caller waits for) or the deadline passes. Wake-ups that find
+    // nothing to take, spurious ones included, wait again.
+    template <typename Take>
+    WaitOutcome waitFor(const Deadline& deadline, Take take)
+    {
+        while (!take())
+            if (!waitForChange(deadline))
+                return take() ? WaitOutcome::Acquired : WaitOutcome::TimedOut;
+        return WaitOutcome::Acquired;
+    }
+
+    // Wakes every waiter: each re-checks the state.
+    void notifyAll();
+
+private:
+    bool waitForChange(const Deadline& deadline);
+
+    Monitor& m_monitor;
+};
+
+} // namespace Posix
+} // namespace Corvo
+} // namespace Vesk
+
+#endif

@@ -1,0 +1,318 @@
+// Mutexes, semaphores and events. Their state lives in the object, or for a
+// named mutex or semaphore in memory shared by the processes that use the
+// name; either way the handle table and the one wait serve them.
+#include "Handle.h"
+#include "NamedObject.h"
+#include "PosixSupport.h"
+#include "Win32Sync.h"
+
+#include <new>
+
+namespace Vesk {
+namespace Corvo {
+namespace Posix {
+
+namespace {
+
+// An object's state: its own, or the one of a named block.
+template <typename State>
+class Placement
+{
+public:
+    explicit Placement(std::unique_ptr<State> own) : m_own(std::move(own)), m_state(m_own.get()) {}
+    explicit Placement(std::unique_ptr<NamedBlock> block)
+        : m_block(std::move(block)), m_state(static_cast<State*>(m_block->data()))
+    {
+    }
+    ~Placement()
+    {
+        if (m_own)
+            m_own->destroy();
+    }
+
+    // Leaves the state where it is for good: the memory stays valid after
+    // the object has gone.
+    void keep()
+    {
+        if (m_own)
+            m_own.release();
+        else
+            m_block->keepMapping();
+    }
+    Placement(const Placement&) = delete;
+    Placement& operator=(const Placement&) = delete;
+
+    State& operator*() const { return *m_state; }
+    State* operator->() const { return m_state; }
+
+private:
+    std::unique_ptr<State> m_own;
+    std::unique_ptr<NamedBlock> m_block;
+    State* m_state;
+};
+
+// A robust, recursive lock: its ownership is the mutex's ownership, and the
+// kernel marks it when the owning thread ends, which is what abandonment is.
+struct MutexState
+{
+    pthread_mutex_t mutex;
+
+    // glibc's record of the owning thread.
+    bool owned() const { return mutex.__data.__owner != 0; }
+
+    void initialise(bool shared)
+    {
+        pthread_mutexattr_t attributes;
+        abortOnError(pthread_mutexattr_init(&attributes), "pthread_mutexattr_init");
+        abortOnError(pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE),
+                     "pthread_mutexattr_settype");
+        abortOnError(pthread_mutexattr_setrobust(&attributes, PTHREAD_MUTEX_ROBUST),
+                     "pthread_mutexattr_setrobust");
+        abortOnError(pthread_mutexattr_setpshared(&attributes, shared ? PTHREAD_PROCESS_SHARED
+                                                                      : PTHREAD_PROCESS_PRIVATE),
+                     "pthread_mutexattr_setpshared");
+        abortOnError(pthread_mutex_init(&mutex, &attributes), "pthread_mutex_init");
+        pthread_mutexattr_destroy(&attributes);
+    }
+    void destroy() { pthread_mutex_destroy(&mutex); }
+};
+
+class MutexObject : public KernelObject
+{
+public:
+    static constexpr Kind objectKind = Kind::Mutex;
+    static constexpr NamedBlock::Kind blockKind = NamedBlock::Kind::Mutex;
+    typedef MutexState State;
+
+    template <typename Where>
+    explicit MutexObject(Where where) : KernelObject(objectKind), m_state(std::move(where))
+    {
+    }
+
+    // An owner keeps its robust lock in a list of the thread's, which the C
+    // library and the kernel follow when the thread locks, unlocks or ends:
+    // the memory of a mutex that is closed while owned must stay valid.
+    ~MutexObject() override
+    {
+        if (m_state->owned())
+            m_state.keep();
+    }
+
+    WaitOutcome wait(const Deadline& deadline) override
+    {
+        pthread_mutex_t& mutex = m_state->mutex;
+        int result;
+        if (deadline.unlimited())
+            result = pthread_mutex_lock(&mutex);
+        else if (deadline.passed())
+            result = pthread_mutex_trylock(&mutex);
+        else
+            result = pthread_mutex_clocklock(&mutex, CLOCK_MONOTONIC, &deadline.when());
+        switch (result) {
+        case 0:
+            return WaitOutcome::Acquired;
+        case EOWNERDEAD:
+            abortOnError(pthread_mutex_consistent(&mutex), "pthread_mutex_consistent");
+            return WaitOutcome::Abandoned;
+        case EBUSY:
+        case ETIMEDOUT:
+            return WaitOutcome::TimedOut;
+        default:
+            errno = result;
+            return failFromErrno(WaitOutcome::Failed);
+        }
+    }
+
+    BOOL release()
+    {
+        return pthread_mutex_unlock(&m_state->mutex) == 0 ? TRUE : fail(ERROR_NOT_OWNER, FALSE);
+    }
+
+private:
+    Placement<MutexState> m_state;
+};
+
+struct SemaphoreState
+{
+    Monitor monitor;
+    LONG count;
+    LONG maximum;
+
+    void destroy() { monitor.destroy(); }
+};
+
+class SemaphoreObject : public KernelObject
+{
+public:
+    static constexpr Kind objectKind = Kind::Semaphore;
+    static constexpr NamedBlock::Kind blockKind = NamedBlock::Kind::Semaphore;
+    typedef SemaphoreState State;
+
+    template <typename Where>
+    explicit SemaphoreObject(Where where) : KernelObject(objectKind), m_state(std::move(where))
+    {
+    }
+
+    WaitOutcome wait(const Deadline& deadline) override
+    {
+        MonitorLock hold(m_state->monitor);
+        return hold.waitFor(deadline, [this] { return m_state->count > 0 && (--m_state->count, true); });
+    }
+
+    BOOL release(LONG count, LONG* previous)
+    {
+        if (count < 1)
+            return fail(ERROR_INVALID_PARAMETER, FALSE);
+        MonitorLock hold(m_state->monitor);
+        if (count > m_state->maximum - m_state->count)
+            return fail(ERROR_TOO_MANY_POSTS, FALSE);
+        if (previous)
+            *previous = m_state->count;
+        m_state->count += count;
+        hold.notifyAll();
+        return TRUE;
+    }
+
+private:
+    Placement<SemaphoreState> m_state;
+};
+
+class EventObject : public KernelObject
+{
+public:
+    static constexpr Kind objectKind = Kind::Event;
+
+    EventObject(bool manualReset, bool signalled)
+        : KernelObject(objectKind), m_manualReset(manualReset), m_signalled(signalled)
+    {
+        m_monitor.initialise(false);
+    }
+    ~EventObject() override { m_monitor.destroy(); }
+
+    WaitOutcome wait(const Deadline& deadline) override
+    {
+        MonitorLock hold(m_monitor);
+        return hold.waitFor(deadline, [this] {
+            if (!m_signalled)
+                return false;
+            m_signalled = m_manualReset;
+            return true;
+        });
+    }
+
+    void set(bool signalled)
+    {
+        MonitorLock hold(m_monitor);
+        m_signalled = signalled;
+        if (signalled)
+            hold.notifyAll();
+    }
+
+private:
+    Monitor m_monitor;
+    const bool m_manualReset;
+    bool m_signalled;
+};
+
+// The handle of a new object, or, for a name, of the object that the name
+// has in any process, made when create is set and there is none.
+template <typename Object, typename Initialise>
+HANDLE openObject(LPCWSTR name, bool create, DWORD access, Initialise initialise)
+{
+    typedef typename Object::State State;
+    if (create && (!name || !*name)) {
+        std::unique_ptr<State> state(new State);
+        initialise(*state, false);
+        return makeHandle(std::make_shared<Object>(std::move(state)), access);
+    }
+    if (!name || !*name)
+        return fail(ERROR_INVALID_PARAMETER, nullptr);
+    bool existed = false;
+    std::unique_ptr<NamedBlock> block = NamedBlock::open(
+        name, Object::blockKind, sizeof(State), create,
+        [&](void* data) { initialise(*new (data) State, true); }, existed);
+    if (!block)
+        return nullptr;
+    HANDLE handle = makeHandle(std::make_shared<Object>(std::move(block)), access);
+    if (create)
+        SetLastError(existed ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
+    return handle;
+}
+
+} // namespace
+
+} // namespace Posix
+} // namespace Corvo
+} // namespace Vesk
+
+using namespace Vesk::Corvo::Posix;
+
+HANDLE CreateMutexW(LPSECURITY_ATTRIBUTES attributes, BOOL initialOwner, LPCWSTR name)
+{
+    if (attributes || initialOwner)
+        return fail(ERROR_INVALID_PARAMETER, nullptr);
+    return openObject<MutexObject>(name, true, MUTEX_ALL_ACCESS,
+                                   [](MutexState& state, bool shared) { state.initialise(shared); });
+}
+
+HANDLE OpenMutexW(DWORD desiredAccess, BOOL, LPCWSTR name)
+{
+    return openObject<MutexObject>(name, false, desiredAccess, [](MutexState&, bool) {});
+}
+
+BOOL ReleaseMutex(HANDLE mutex)
+{
+    // Ownership is the thread's, not the handle's: no right is asked for.
+    std::shared_ptr<MutexObject> object = lookUp<MutexObject>(mutex, 0);
+    return object ? object->release() : FALSE;
+}
+
+HANDLE CreateSemaphoreW(LPSECURITY_ATTRIBUTES attributes, LONG initialCount, LONG maximumCount,
+                        LPCWSTR name)
+{
+    if (attributes || initialCount < 0 || maximumCount < 1 || initialCount > maximumCount)
+        return fail(ERROR_INVALID_PARAMETER, nullptr);
+    return openObject<SemaphoreObject>(name, true, SEMAPHORE_ALL_ACCESS,
+                                       [=](SemaphoreState& state, bool shared) {
+                                           state.monitor.initialise(shared);
+                                           state.count = initialCount;
+                                           state.maximum = maximumCount;
+                                       });
+}
+
+HANDLE OpenSemaphoreW(DWORD desiredAccess, BOOL, LPCWSTR name)
+{
+    return openObject<SemaphoreObject>(name, false, desiredAccess, [](SemaphoreState&, bool) {});
+}
+
+BOOL ReleaseSemaphore(HANDLE semaphore, LONG releaseCount, LONG* previousCount)
+{
+    std::shared_ptr<SemaphoreObject> object = lookUp<SemaphoreObject>(semaphore, SEMAPHORE_MODIFY_STATE);
+    return object ? object->release(releaseCount, previousCount) : FALSE;
+}
+
+HANDLE CreateEventW(LPSECURITY_ATTRIBUTES attributes, BOOL manualReset, BOOL initialState,
+                    LPCWSTR name)
+{
+    if (attributes || name)
+        return fail(ERROR_INVALID_PARAMETER, nullptr);
+    return makeHandle(std::make_shared<EventObject>(manualReset != FALSE, initialState != FALSE),
+                      EVENT_ALL_ACCESS);
+}
+
+namespace {
+
+BOOL setEvent(HANDLE event, bool signalled)
+{
+    std::shared_ptr<EventObject> object = lookUp<EventObject>(event, EVENT_MODIFY_STATE);
+    if (!object)
+        return FALSE;
+    object->set(signalled);
+    return TRUE;
+}
+
+} // namespace
+
+BOOL SetEvent(HANDLE event) { return setEvent(event, true); }
+
+BOOL ResetEvent(HANDLE event) { return setEvent(event, false); }

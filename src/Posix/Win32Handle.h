@@ -1,0 +1,32 @@
+// Handles and waits, for the POSIX layer. Every kernel object (mutex,
+// semaphore, event, thread, file) is reached through a HANDLE from one table,
+// closed by CloseHandle and waited on by WaitForSingleObject.
+#ifndef CORVO_POSIX_WIN32_HANDLE_H
+#define CORVO_POSIX_WIN32_HANDLE_H
+
+#include "Win32Base.h"
+
+typedef struct _SECURITY_ATTRIBUTES* LPSECURITY_ATTRIBUTES; // only null is accepted
+
+#define INFINITE 0xFFFFFFFFu
+#define WAIT_OBJECT_0 0x00000000u
+#define WAIT_ABANDONED 0x00000080u
+#define WAIT_TIMEOUT 0x00000102u
+#define WAIT_FAILED 0xFFFFFFFFu
+
+// Access rights, kept per handle.
+#define SYNCHRONIZE 0x00100000u
+
+#define ERROR_NOT_OWNER 288u
+#define ERROR_TOO_MANY_POSTS 298u
+
+// Fails with ERROR_INVALID_HANDLE on a handle that is closed or was never
+// valid; closing a handle never waits.
+BOOL CloseHandle(HANDLE handle);
+
+// Waits for at most milliseconds: INFINITE waits without limit and 0 only
+// polls. A handle without the SYNCHRONIZE right, or of an object that cannot
+// be waited on, gives WAIT_FAILED with the last error set.
+DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds);
+
+#endif
