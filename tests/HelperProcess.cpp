@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <cstring>
 
 #if defined(_WIN32)
@@ -25,8 +26,10 @@ namespace {
 int helperRole(const std::string& role, const std::string& name)
 {
     if (role == "hold-mutex") {
-        (new Win32Mutex(name, true))->acquire();
-        return 0;
+        Win32Mutex mutex(name, true);
+        mutex.acquire();
+        std::_Exit(0); // owning it
+
     }
     if (role == "try-mutex")
         return Win32Mutex(name, true).try_acquire() ? 1 : 0;

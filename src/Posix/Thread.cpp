@@ -40,8 +40,11 @@ public:
         abortOnError(sem_init(&m_stopped, 0, 0) == 0 ? 0 : errno, "sem_init");
     }
 
+    // The last reference may be the thread's own, as it ends.
     ~ThreadObject() override
     {
+        if (!m_ended)
+            pthread_detach(m_thread);
         sem_destroy(&m_stopped);
         m_monitor.destroy();
     }
@@ -49,22 +52,42 @@ public:
     // Starts the thread, which keeps its object alive until it ends.
     bool start(const std::shared_ptr<ThreadObject>& self)
     {
-        pthread_attr_t attributes;
-        abortOnError(pthread_attr_init(&attributes), "pthread_attr_init");
-        pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
         auto* keep = new std::shared_ptr<ThreadObject>(self);
-        const int result = pthread_create(&m_thread, &attributes, &ThreadObject::run, keep);
-        pthread_attr_destroy(&attributes);
-        if (result == 0)
+        if (pthread_create(&m_thread, nullptr, &ThreadObject::run, keep) == 0)
             return true;
         delete keep;
+        m_ended = true; // nothing to join
         return fail(ERROR_NOT_ENOUGH_MEMORY, false);
     }
 
+    // The thread has ended when it can be joined: only then has the C
+    // library given up the robust mutexes that it held, as abandoned. One
+    // waiter at a time joins; the others wait for its word.
     WaitOutcome wait(const Deadline& deadline) override
     {
+        bool joins = false;
+        {
+            MonitorLock hold(m_monitor);
+            const WaitOutcome outcome = hold.waitFor(deadline, [&] {
+                joins = !m_ended && !m_joining;
+                m_joining = m_joining || joins;
+                return m_ended || joins;
+            });
+            if (!joins)
+                return outcome;
+        }
+        int result;
+        if (deadline.unlimited())
+            result = pthread_join(m_thread, nullptr);
+        else if (deadline.passed())
+            result = pthread_tryjoin_np(m_thread, nullptr);
+        else
+            result = pthread_clockjoin_np(m_thread, nullptr, CLOCK_MONOTONIC, &deadline.when());
         MonitorLock hold(m_monitor);
-        return hold.waitFor(deadline, [this] { return m_ended; });
+        m_joining = false;
+        m_ended = result == 0;
+        hold.notifyAll();
+        return m_ended ? WaitOutcome::Acquired : WaitOutcome::TimedOut;
     }
 
     DWORD suspend()
@@ -108,15 +131,10 @@ private:
         std::unique_ptr<std::shared_ptr<ThreadObject>> owner(static_cast<std::shared_ptr<ThreadObject>*>(keep));
         ThreadObject& self = **owner;
         self.m_start(self.m_parameter);
-        {
-            // From here on the thread is not to be stopped: it may be gone
-            // before a signal reaches it.
-            std::lock_guard<std::mutex> hold(self.m_suspension);
-            self.m_ending = true;
-        }
-        MonitorLock hold(self.m_monitor);
-        self.m_ended = true;
-        hold.notifyAll();
+        // From here on the thread is not to be stopped: it may be gone
+        // before a signal reaches it.
+        std::lock_guard<std::mutex> hold(self.m_suspension);
+        self.m_ending = true;
         return nullptr;
     }
 
@@ -157,8 +175,9 @@ private:
     const LPVOID m_parameter;
     pthread_t m_thread{};
 
-    Monitor m_monitor; // guards m_ended
-    bool m_ended = false;
+    Monitor m_monitor; // guards m_ended and m_joining
+    bool m_ended = false;   // joined
+    bool m_joining = false; // a waiter is in pthread_join
 
     std::mutex m_suspension; // guards the changes of m_count, and m_ending
     std::atomic<DWORD> m_count{0};
