@@ -118,6 +118,23 @@ Deadline Deadline::after(DWORD milliseconds)
 
 bool Deadline::passed() const { return !m_unlimited && !before(now(), m_when); }
 
+timespec Deadline::onRealtimeClock() const
+{
+    const timespec monotonic = now();
+    timespec realtime;
+    clock_gettime(CLOCK_REALTIME, &realtime);
+    long long left = (m_when.tv_sec - monotonic.tv_sec) * 1000000000LL + (m_when.tv_nsec - monotonic.tv_nsec);
+    if (left < 0)
+        left = 0;
+    realtime.tv_sec += static_cast<time_t>(left / 1000000000LL);
+    realtime.tv_nsec += static_cast<long>(left % 1000000000LL);
+    if (realtime.tv_nsec >= 1000000000L) {
+        realtime.tv_nsec -= 1000000000L;
+        ++realtime.tv_sec;
+    }
+    return realtime;
+}
+
 WaitOutcome KernelObject::wait(const Deadline&)
 {
     return fail(ERROR_INVALID_HANDLE, WaitOutcome::Failed);

@@ -5,6 +5,7 @@
 #include "NamedObject.h"
 #include "PosixSupport.h"
 #include "Win32Sync.h"
+#include "Win32Thread.h"
 
 #include <new>
 
@@ -57,8 +58,12 @@ struct MutexState
 {
     pthread_mutex_t mutex;
 
-    // glibc's record of the owning thread.
+    // glibc's record of the owning thread: its number, and flag bits above.
     bool owned() const { return mutex.__data.__owner != 0; }
+    bool ownedByCaller() const
+    {
+        return static_cast<DWORD>(mutex.__data.__owner & 0x3FFFFFFF) == GetCurrentThreadId();
+    }
 
     void initialise(bool shared)
     {
@@ -106,7 +111,10 @@ public:
             result = pthread_mutex_lock(&mutex);
         else if (deadline.passed())
             result = pthread_mutex_trylock(&mutex);
-        else
+        else if (CORVO_TIMED_ON_REALTIME) {
+            const timespec realtime = deadline.onRealtimeClock();
+            result = pthread_mutex_timedlock(&mutex, &realtime);
+        } else
             result = pthread_mutex_clocklock(&mutex, CLOCK_MONOTONIC, &deadline.when());
         switch (result) {
         case 0:
@@ -125,7 +133,10 @@ public:
 
     BOOL release()
     {
-        return pthread_mutex_unlock(&m_state->mutex) == 0 ? TRUE : fail(ERROR_NOT_OWNER, FALSE);
+        if (!m_state->ownedByCaller())
+            return fail(ERROR_NOT_OWNER, FALSE);
+        abortOnError(pthread_mutex_unlock(&m_state->mutex), "pthread_mutex_unlock");
+        return TRUE;
     }
 
 private:

@@ -81,7 +81,10 @@ public:
             result = pthread_join(m_thread, nullptr);
         else if (deadline.passed())
             result = pthread_tryjoin_np(m_thread, nullptr);
-        else
+        else if (CORVO_TIMED_ON_REALTIME) {
+            const timespec realtime = deadline.onRealtimeClock();
+            result = pthread_timedjoin_np(m_thread, nullptr, &realtime);
+        } else
             result = pthread_clockjoin_np(m_thread, nullptr, CLOCK_MONOTONIC, &deadline.when());
         MonitorLock hold(m_monitor);
         m_joining = false;

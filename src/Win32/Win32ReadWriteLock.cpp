@@ -20,6 +20,10 @@ Win32ReadWriteLock::Win32ReadWriteLock() : m_readerCount(0)
 Win32ReadWriteLock::~Win32ReadWriteLock()
 {
     WaitForSingleObject(m_noReadersEvent, INFINITE);
+    // The last reader sets the event before it leaves the count section:
+    // once through it, no reader is inside any more, and it can go.
+    EnterCriticalSection(platformObject<CRITICAL_SECTION>(m_countSection));
+    LeaveCriticalSection(platformObject<CRITICAL_SECTION>(m_countSection));
     CloseHandle(m_noReadersEvent);
     DeleteCriticalSection(platformObject<CRITICAL_SECTION>(m_entrySection));
     DeleteCriticalSection(platformObject<CRITICAL_SECTION>(m_countSection));
