@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <mutex>
+#include <shared_mutex>
 #include <vector>
 
 namespace Vesk {
@@ -21,7 +22,7 @@ class HandleTable
 public:
     HANDLE insert(std::shared_ptr<KernelObject> object, DWORD access)
     {
-        std::lock_guard<std::mutex> hold(m_lock);
+        std::lock_guard<std::shared_mutex> hold(m_lock);
         std::size_t index;
         if (m_free.empty()) {
             index = m_slots.size();
@@ -34,22 +35,23 @@ public:
         return reinterpret_cast<HANDLE>((index + 1) * 4);
     }
 
-    // The slot's object and rights, or false for a handle that is not open.
-    bool find(HANDLE handle, std::shared_ptr<KernelObject>& object, DWORD& access)
+    // Runs use on the slot's object and rights while the handle can't be
+    // closed; false for a handle that is not open.
+    template <typename Use>
+    bool find(HANDLE handle, Use use)
     {
-        std::lock_guard<std::mutex> hold(m_lock);
+        std::shared_lock<std::shared_mutex> hold(m_lock);
         const Slot* slot = slotOf(handle);
         if (!slot)
             return false;
-        object = slot->object;
-        access = slot->access;
+        use(slot->object, slot->access);
         return true;
     }
 
     // The object leaves the table; it is destroyed when no wait holds it.
     std::shared_ptr<KernelObject> remove(HANDLE handle)
     {
-        std::lock_guard<std::mutex> hold(m_lock);
+        std::lock_guard<std::shared_mutex> hold(m_lock);
         Slot* slot = slotOf(handle);
         if (!slot)
             return nullptr;
@@ -74,7 +76,7 @@ private:
         return slot.object ? &slot : nullptr;
     }
 
-    std::mutex m_lock;
+    std::shared_mutex m_lock;
     std::vector<Slot> m_slots;
     std::vector<std::size_t> m_free;
 };
@@ -145,15 +147,25 @@ HANDLE makeHandle(std::shared_ptr<KernelObject> object, DWORD access)
     return object ? handles().insert(std::move(object), access) : nullptr;
 }
 
+bool withObject(HANDLE handle, KernelObject::Kind kind, DWORD access,
+                const std::function<void(const std::shared_ptr<KernelObject>&)>& use)
+{
+    DWORD error = ERROR_INVALID_HANDLE;
+    handles().find(handle, [&](const std::shared_ptr<KernelObject>& object, DWORD granted) {
+        if (object->kind() != kind)
+            return;
+        error = (granted & access) == access ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
+        if (error == ERROR_SUCCESS)
+            use(object);
+    });
+    return error == ERROR_SUCCESS || fail(error, false);
+}
+
 std::shared_ptr<KernelObject> lookUp(HANDLE handle, KernelObject::Kind kind, DWORD access)
 {
-    std::shared_ptr<KernelObject> object;
-    DWORD granted = 0;
-    if (!handles().find(handle, object, granted) || object->kind() != kind)
-        return fail(ERROR_INVALID_HANDLE, nullptr);
-    if ((granted & access) != access)
-        return fail(ERROR_ACCESS_DENIED, nullptr);
-    return object;
+    std::shared_ptr<KernelObject> found;
+    withObject(handle, kind, access, [&](const std::shared_ptr<KernelObject>& object) { found = object; });
+    return found;
 }
 
 void Monitor::initialise(bool shared)
@@ -162,8 +174,9 @@ void Monitor::initialise(bool shared)
     pthread_mutexattr_t lockAttributes;
     abortOnError(pthread_mutexattr_init(&lockAttributes), "pthread_mutexattr_init");
     abortOnError(pthread_mutexattr_setpshared(&lockAttributes, sharing), "pthread_mutexattr_setpshared");
-    abortOnError(pthread_mutexattr_setrobust(&lockAttributes, PTHREAD_MUTEX_ROBUST),
-                 "pthread_mutexattr_setrobust");
+    if (shared)
+        abortOnError(pthread_mutexattr_setrobust(&lockAttributes, PTHREAD_MUTEX_ROBUST),
+                     "pthread_mutexattr_setrobust");
     abortOnError(pthread_mutex_init(&lock, &lockAttributes), "pthread_mutex_init");
     pthread_mutexattr_destroy(&lockAttributes);
 
@@ -241,7 +254,10 @@ DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds)
 {
     std::shared_ptr<KernelObject> object;
     DWORD access = 0;
-    if (!handles().find(handle, object, access))
+    if (!handles().find(handle, [&](const std::shared_ptr<KernelObject>& found, DWORD granted) {
+            object = found;
+            access = granted;
+        }))
         return fail(ERROR_INVALID_HANDLE, WAIT_FAILED);
     if ((access & SYNCHRONIZE) == 0)
         return fail(ERROR_ACCESS_DENIED, WAIT_FAILED);

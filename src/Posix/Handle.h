@@ -8,6 +8,7 @@
 #include <pthread.h>
 
 #include <ctime>
+#include <functional>
 #include <memory>
 
 namespace Vesk {
@@ -79,9 +80,22 @@ private:
 // object gives a null handle and leaves the last error as it is.
 HANDLE makeHandle(std::shared_ptr<KernelObject> object, DWORD access);
 
-// The object behind a handle, when it is of the given kind and the handle has
-// every one of the rights asked for; else null, with the last error set to
-// ERROR_INVALID_HANDLE or ERROR_ACCESS_DENIED.
+// Runs use on the object behind a handle, while the handle can't be closed,
+// when the object is of the given kind and the handle has every one of the
+// rights asked for; else false, with the last error set to
+// ERROR_INVALID_HANDLE or ERROR_ACCESS_DENIED. For calls that don't wait.
+bool withObject(HANDLE handle, KernelObject::Kind kind, DWORD access,
+                const std::function<void(const std::shared_ptr<KernelObject>&)>& use);
+
+template <typename Object, typename Use>
+bool withObject(HANDLE handle, DWORD access, Use use)
+{
+    return withObject(handle, Object::objectKind, access,
+                      [&](const std::shared_ptr<KernelObject>& object) { use(static_cast<Object&>(*object)); });
+}
+
+// The same check, giving the object itself, which stays alive while the
+// caller holds it (through a wait, say) even if the handle is closed.
 std::shared_ptr<KernelObject> lookUp(HANDLE handle, KernelObject::Kind kind, DWORD access);
 
 template <typename Object>

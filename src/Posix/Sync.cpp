@@ -274,8 +274,9 @@ HANDLE OpenMutexW(DWORD desiredAccess, BOOL, LPCWSTR name)
 BOOL ReleaseMutex(HANDLE mutex)
 {
     // Ownership is the thread's, not the handle's: no right is asked for.
-    std::shared_ptr<MutexObject> object = lookUp<MutexObject>(mutex, 0);
-    return object ? object->release() : FALSE;
+    BOOL released = FALSE;
+    withObject<MutexObject>(mutex, 0, [&](MutexObject& object) { released = object.release(); });
+    return released;
 }
 
 HANDLE CreateSemaphoreW(LPSECURITY_ATTRIBUTES attributes, LONG initialCount, LONG maximumCount,
@@ -298,8 +299,11 @@ HANDLE OpenSemaphoreW(DWORD desiredAccess, BOOL, LPCWSTR name)
 
 BOOL ReleaseSemaphore(HANDLE semaphore, LONG releaseCount, LONG* previousCount)
 {
-    std::shared_ptr<SemaphoreObject> object = lookUp<SemaphoreObject>(semaphore, SEMAPHORE_MODIFY_STATE);
-    return object ? object->release(releaseCount, previousCount) : FALSE;
+    BOOL released = FALSE;
+    withObject<SemaphoreObject>(semaphore, SEMAPHORE_MODIFY_STATE, [&](SemaphoreObject& object) {
+        released = object.release(releaseCount, previousCount);
+    });
+    return released;
 }
 
 HANDLE CreateEventW(LPSECURITY_ATTRIBUTES attributes, BOOL manualReset, BOOL initialState,
@@ -315,11 +319,8 @@ namespace {
 
 BOOL setEvent(HANDLE event, bool signalled)
 {
-    std::shared_ptr<EventObject> object = lookUp<EventObject>(event, EVENT_MODIFY_STATE);
-    if (!object)
-        return FALSE;
-    object->set(signalled);
-    return TRUE;
+    return withObject<EventObject>(event, EVENT_MODIFY_STATE,
+                                   [&](EventObject& object) { object.set(signalled); });
 }
 
 } // namespace
