@@ -16,4 +16,13 @@ std::string uniqueName(const std::string& what);
 
 } // namespace corvo_test
 
+// ThreadSanitizer holds a signal back until the thread it is for reaches
+// one of its checkpoints, which a suspended thread would have to reach
+// first: suspension can't be tested under it.
+#if defined(__SANITIZE_THREAD__)
+#  define CORVO_SKIP_SUSPENSION_UNDER_TSAN() GTEST_SKIP() << "ThreadSanitizer defers the suspend signal"
+#else
+#  define CORVO_SKIP_SUSPENSION_UNDER_TSAN() (void)0
+#endif
+
 #endif

@@ -288,6 +288,7 @@ TEST(KernelObjects, ThreadRunsOnItsObjectAndJoinIsBounded)
 
 TEST(KernelObjects, PausesAreCounted)
 {
+    CORVO_SKIP_SUSPENSION_UNDER_TSAN();
     Worker worker(&count);
     worker.start();
     EXPECT_TRUE(moves(worker));

@@ -111,6 +111,7 @@ TEST(PlatformKernel, ThreadsEndSignalledAndSuspensionIsCounted)
     EXPECT_EQ(WaitForSingleObject(thread, 0), WAIT_OBJECT_0);
     CloseHandle(thread);
 
+    CORVO_SKIP_SUSPENSION_UNDER_TSAN();
     static std::atomic<bool> stop;
     stop = false;
     thread = CreateThread(nullptr, 0, [](LPVOID) -> DWORD {
