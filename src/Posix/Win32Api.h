@@ -10,5 +10,8 @@
 #include "Win32File.h"
 #include "Win32Runtime.h"
 #include "Win32Sync.h"
+#include "Win32Library.h"
+#include "Win32Heap.h"
+#include "Win32Drive.h"
 
 #endif

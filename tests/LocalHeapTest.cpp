@@ -1,0 +1,141 @@
+// Win32LocalHeap: zero fill, the bound, refusal of foreign blocks, several
+// threads at once, and destruction with blocks still held.
+#include "CorvoLocalHeap.h"
+#include "TestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using Vesk::Corvo::Exception;
+using Vesk::Corvo::Win32LocalHeap;
+using corvo_test::throwsWith;
+
+const char freeFailure[] = "Error freeing a memory block! ";
+
+bool allBytesAre(const void* block, std::size_t size, unsigned char value)
+{
+    const unsigned char* bytes = static_cast<const unsigned char*>(block);
+    for (std::size_t i = 0; i < size; ++i)
+        if (bytes[i] != value)
+            return false;
+    return true;
+}
+
+TEST(LocalHeap, BlocksAreZeroFilledAlsoWhenReused)
+{
+    Win32LocalHeap heap(0, 0);
+    for (unsigned int size : {1u, 16u, 100u, 4096u, 70000u, 3u << 20}) {
+        for (int round = 0; round < 2; ++round) {
+            void* block = heap.allocate(size);
+            ASSERT_NE(block, nullptr) << size;
+            EXPECT_TRUE(allBytesAre(block, size, 0)) << size << " round " << round;
+            std::memset(block, 0xA5, size);
+            heap.free(block);
+        }
+    }
+}
+
+TEST(LocalHeap, TheLargerSizeBoundsTheHeapInEitherOrder)
+{
+    const unsigned int maximum = 65536;
+    for (const auto& sizes : {std::make_pair(1024u, maximum), std::make_pair(maximum, 1024u)}) {
+        Win32LocalHeap heap(sizes.first, sizes.second);
+        EXPECT_EQ(heap.allocate(maximum + 1), nullptr);
+        std::vector<void*> blocks;
+        while (void* block = heap.allocate(1024)) {
+            blocks.push_back(block);
+            ASSERT_LE(blocks.size(), maximum / 1024);
+        }
+        ASSERT_GE(blocks.size(), 8u);
+        // Full, yet usable: a freed block is served again, and zeroed.
+        std::memset(blocks.back(), 0xFF, 1024);
+        heap.free(blocks.back());
+        blocks.back() = heap.allocate(1024);
+        ASSERT_NE(blocks.back(), nullptr);
+        EXPECT_TRUE(allBytesAre(blocks.back(), 1024, 0));
+        for (void* block : blocks)
+            heap.free(block);
+        // Freed blocks merge again: one block of most of the heap fits.
+        void* large = heap.allocate(maximum / 2);
+        EXPECT_NE(large, nullptr);
+        heap.free(large);
+    }
+}
+
+TEST(LocalHeap, FreeIgnoresNullAndRefusesWhatIsNotItsBlock)
+{
+    Win32LocalHeap heap(0, 0);
+    Win32LocalHeap other(0, 0);
+    heap.free(nullptr);
+    void* foreign = other.allocate(64);
+    void* block = heap.allocate(64);
+    EXPECT_TRUE(throwsWith<Exception>([&] { heap.free(foreign); }, freeFailure));
+    heap.free(block);
+    EXPECT_TRUE(throwsWith<Exception>([&] { heap.free(block); }, freeFailure));
+    // Both heaps are whole after the refusals.
+    void* again = heap.allocate(64);
+    EXPECT_TRUE(allBytesAre(again, 64, 0));
+    heap.free(again);
+    other.free(foreign);
+}
+
+TEST(LocalHeap, ThreadsAllocateAndFreeAtOnce)
+{
+    Win32LocalHeap heap(0, 0);
+    std::vector<std::thread> threads;
+    std::vector<int> faults(4, 0);
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([&heap, &faults, t] {
+            std::mt19937 random(static_cast<unsigned int>(t));
+            struct Held
+            {
+                unsigned char* block;
+                unsigned int size;
+            };
+            std::vector<Held> held;
+            const unsigned char pattern = static_cast<unsigned char>(0x11 * (t + 1));
+            for (int i = 0; i < 4000; ++i) {
+                if (held.size() < 64 && random() % 3 != 0) {
+                    const unsigned int size = 1 + random() % 3000;
+                    unsigned char* block = static_cast<unsigned char*>(heap.allocate(size));
+                    if (block == nullptr || !allBytesAre(block, size, 0))
+                        ++faults[t];
+                    if (block != nullptr) {
+                        std::memset(block, pattern, size);
+                        held.push_back(Held{block, size});
+                    }
+                } else if (!held.empty()) {
+                    const std::size_t pick = random() % held.size();
+                    if (!allBytesAre(held[pick].block, held[pick].size, pattern))
+                        ++faults[t];
+                    heap.free(held[pick].block);
+                    held.erase(held.begin() + static_cast<std::ptrdiff_t>(pick));
+                }
+            }
+            for (const Held& h : held)
+                heap.free(h.block);
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(faults, std::vector<int>(4, 0));
+}
+
+TEST(LocalHeap, DestructionTakesLiveBlocksWithIt)
+{
+    for (unsigned int maximum : {0u, 1u << 20}) {
+        Win32LocalHeap heap(0, maximum);
+        for (unsigned int size = 8; size <= (1u << 18); size *= 2) {
+            void* block = heap.allocate(size);
+            ASSERT_NE(block, nullptr);
+            std::memset(block, 1, size);
+        }
+    }
+}
+
+} // namespace
