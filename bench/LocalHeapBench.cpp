@@ -71,11 +71,14 @@ public:
     void ReportRuns(const std::vector<Run>& runs) override
     {
         ConsoleReporter::ReportRuns(runs);
-        for (const Run& run : runs)
+        for (const Run& run : runs) {
             times[run.benchmark_name()] = run.GetAdjustedRealTime();
+            names.push_back(run.benchmark_name());
+        }
     }
 
     std::map<std::string, double> times;
+    std::vector<std::string> names; // in the order of the runs
 };
 
 } // namespace
@@ -86,9 +89,9 @@ int main(int argc, char** argv)
     benchmark::Initialize(&argc, argv);
     RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
+    // Real time: with two threads it is the time of the pair.
     std::cout << "\nWin32LocalHeap time / calloc time (malloc / calloc beside):\n";
-    for (const auto& entry : reporter.times) {
-        const std::string& name = entry.first;
+    for (const std::string& name : reporter.names) {
         const std::string prefix = "allocateAndFree<LocalHeap>";
         if (name.compare(0, prefix.size(), prefix) != 0)
             continue;
@@ -98,7 +101,7 @@ int main(int argc, char** argv)
         if (calloc == reporter.times.end() || malloc == reporter.times.end())
             continue;
         std::cout << std::setw(28) << std::left << rest << std::fixed << std::setprecision(2)
-                  << entry.second / calloc->second << "  (" << malloc->second / calloc->second << ")\n";
+                  << reporter.times[name] / calloc->second << "  (" << malloc->second / calloc->second << ")\n";
     }
     sharedHeap.reset();
     return 0;

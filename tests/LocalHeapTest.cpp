@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <random>
 #include <thread>
 #include <vector>
 
@@ -88,38 +87,27 @@ TEST(LocalHeap, FreeIgnoresNullAndRefusesWhatIsNotItsBlock)
 TEST(LocalHeap, ThreadsAllocateAndFreeAtOnce)
 {
     Win32LocalHeap heap(0, 0);
-    std::vector<std::thread> threads;
     std::vector<int> faults(4, 0);
+    std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t)
         threads.emplace_back([&heap, &faults, t] {
-            std::mt19937 random(static_cast<unsigned int>(t));
-            struct Held
-            {
-                unsigned char* block;
-                unsigned int size;
-            };
-            std::vector<Held> held;
             const unsigned char pattern = static_cast<unsigned char>(0x11 * (t + 1));
-            for (int i = 0; i < 4000; ++i) {
-                if (held.size() < 64 && random() % 3 != 0) {
-                    const unsigned int size = 1 + random() % 3000;
-                    unsigned char* block = static_cast<unsigned char*>(heap.allocate(size));
+            std::vector<std::pair<void*, unsigned int>> held;
+            for (unsigned int round = 0; round < 300; ++round) {
+                for (unsigned int i = 0; i < 16; ++i) {
+                    const unsigned int size = 1 + (round * 7 + i * 131) % 3000;
+                    void* block = heap.allocate(size);
                     if (block == nullptr || !allBytesAre(block, size, 0))
-                        ++faults[t];
-                    if (block != nullptr) {
-                        std::memset(block, pattern, size);
-                        held.push_back(Held{block, size});
-                    }
-                } else if (!held.empty()) {
-                    const std::size_t pick = random() % held.size();
-                    if (!allBytesAre(held[pick].block, held[pick].size, pattern))
-                        ++faults[t];
-                    heap.free(held[pick].block);
-                    held.erase(held.begin() + static_cast<std::ptrdiff_t>(pick));
+                        return static_cast<void>(++faults[t]);
+                    std::memset(block, pattern, size);
+                    held.emplace_back(block, size);
                 }
+                for (const auto& block : held) {
+                    faults[t] += allBytesAre(block.first, block.second, pattern) ? 0 : 1;
+                    heap.free(block.first);
+                }
+                held.clear();
             }
-            for (const Held& h : held)
-                heap.free(h.block);
         });
     for (std::thread& thread : threads)
         thread.join();

@@ -42,6 +42,8 @@ const std::size_t exactLimit = 8192;
 const std::size_t exactLists = exactLimit / 16;
 const std::size_t largeList = exactLists;
 const std::size_t growthStep = std::size_t(1) << 20;
+// Free memory above the top beyond this size goes back to the system.
+const std::size_t returnThreshold = std::size_t(1) << 20;
 const std::uint64_t liveHeap = 0x43766f4865617021ull;
 
 struct Block
@@ -78,6 +80,7 @@ struct Segment
     char* end;
     // Memory from here up has never been handed out, and so is still zero.
     char* fresh;
+    std::size_t mapped;
 };
 
 void pause()
@@ -144,19 +147,21 @@ public:
     {
         m_magic = 0;
         for (const Segment& segment : m_segments)
-            munmap(segment.base, static_cast<std::size_t>(segment.end - segment.base));
+            munmap(segment.base, segment.mapped);
     }
 
     bool valid() const { return m_magic == liveHeap; }
 
+    // A mapping of whole pages, of which the first size bytes are used.
     bool addSegment(std::size_t size)
     {
-        void* memory = mmap(nullptr, size, PROT_READ | PROT_WRITE,
+        const std::size_t mapped = roundUp(size, pageSize());
+        void* memory = mmap(nullptr, mapped, PROT_READ | PROT_WRITE,
                             MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
         if (memory == MAP_FAILED)
             return false;
         char* base = static_cast<char*>(memory);
-        const Segment segment{base, base, base + size, base};
+        const Segment segment{base, base, base + size / 16 * 16, base, mapped};
         try {
             m_segments.insert(std::upper_bound(m_segments.begin(), m_segments.end(), segment,
                                                [](const Segment& a, const Segment& b) {
@@ -164,7 +169,7 @@ public:
                                                }),
                               segment);
         } catch (const std::bad_alloc&) {
-            munmap(memory, size);
+            munmap(memory, mapped);
             return false;
         }
         return true;
@@ -310,6 +315,17 @@ private:
         return nullptr;
     }
 
+    // Returns the pages of a large stretch above the top to the system;
+    // they come back zero-filled, and so count as never handed out again.
+    static void giveBackAboveTop(Segment& segment)
+    {
+        char* from = segment.base + roundUp(static_cast<std::size_t>(segment.top - segment.base), pageSize());
+        if (segment.fresh < from + returnThreshold)
+            return;
+        if (madvise(from, static_cast<std::size_t>(segment.fresh - from), MADV_DONTNEED) == 0)
+            segment.fresh = from;
+    }
+
     void release(Segment& segment, Block* block)
     {
         block->tag = 0;
@@ -330,6 +346,7 @@ private:
         }
         if (reinterpret_cast<char*>(block) + size == segment.top) {
             segment.top = reinterpret_cast<char*>(block);
+            giveBackAboveTop(segment);
             return;
         }
         block->head = size | previousInUse;
@@ -361,8 +378,7 @@ HANDLE HeapCreate(DWORD /*options*/, SIZE_T initialSize, SIZE_T maximumSize)
     Heap* heap = new (std::nothrow) Heap(maximumSize);
     if (heap == nullptr)
         return fail(ERROR_NOT_ENOUGH_MEMORY, HANDLE(nullptr));
-    const std::size_t first = maximumSize != 0 ? roundUp(maximumSize, pageSize())
-                                               : std::max(growthStep, roundUp(initialSize, pageSize()));
+    const std::size_t first = maximumSize != 0 ? maximumSize : std::max(growthStep, initialSize);
     if (!heap->addSegment(first)) {
         delete heap;
         return failFromErrno(HANDLE(nullptr));
