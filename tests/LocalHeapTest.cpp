@@ -77,6 +77,11 @@ TEST(LocalHeap, FreeIgnoresNullAndRefusesWhatIsNotItsBlock)
     EXPECT_TRUE(throwsWith<Exception>([&] { heap.free(foreign); }, freeFailure));
     heap.free(block);
     EXPECT_TRUE(throwsWith<Exception>([&] { heap.free(block); }, freeFailure));
+    // A pointer into a block, even one behind bytes that look like a start.
+    std::size_t* words = static_cast<std::size_t*>(heap.allocate(256));
+    words[8] = 48 | 3;
+    EXPECT_TRUE(throwsWith<Exception>([&] { heap.free(words + 10); }, freeFailure));
+    heap.free(words);
     // Both heaps are whole after the refusals.
     void* again = heap.allocate(64);
     EXPECT_TRUE(allBytesAre(again, 64, 0));
