@@ -12,5 +12,8 @@
 #include "Win32Runtime.h"
 #include "Win32Sync.h"
 #include "Win32Thread.h"
+#include "Win32Library.h"
+#include "Win32Heap.h"
+#include "Win32Drive.h"
 
 #endif

@@ -1,0 +1,37 @@
+// Win32LocalHeap: a private heap apart from the process heap. Blocks come
+// zero-filled, and destroying the heap gives every block back at once.
+#ifndef CORVO_LOCAL_HEAP_H
+#define CORVO_LOCAL_HEAP_H
+
+#include "CorvoExport.h"
+
+namespace Vesk {
+namespace Corvo {
+
+// allocate and free may run on several threads at once; the destructor must
+// not run while another thread uses the heap.
+class CORVO_API Win32LocalHeap
+{
+public:
+    // The smaller size is the initial one and the larger the maximum, in
+    // whichever order they come; two zeros give a heap without bound.
+    Win32LocalHeap(unsigned int firstSize, unsigned int secondSize);
+    virtual ~Win32LocalHeap() noexcept(false);
+
+    // One heap, one owner: a copy would destroy the heap a second time.
+    Win32LocalHeap(const Win32LocalHeap&) = delete;
+    Win32LocalHeap& operator=(const Win32LocalHeap&) = delete;
+
+    // A zero-filled block, or null when the heap cannot serve the size.
+    void* allocate(unsigned int size);
+    // A null block is ignored.
+    void free(void* block);
+
+private:
+    void* m_handle;
+};
+
+} // namespace Corvo
+} // namespace Vesk
+
+#endif

@@ -1,0 +1,23 @@
+// Loading shared libraries at run time, for the POSIX layer.
+#ifndef CORVO_POSIX_WIN32_LIBRARY_H
+#define CORVO_POSIX_WIN32_LIBRARY_H
+
+#include "Win32Base.h"
+
+#include <cstdint>
+
+#define ERROR_MOD_NOT_FOUND 126u
+#define ERROR_PROC_NOT_FOUND 127u
+
+typedef void* HMODULE;
+typedef std::intptr_t (*FARPROC)();
+
+// The name is taken as given, each unit as one byte, and found by the
+// dynamic loader's own search rules. Null on failure.
+HMODULE LoadLibraryW(LPCWSTR fileName);
+// 0 on failure, a null module included.
+BOOL FreeLibrary(HMODULE module);
+// Null for a symbol that the library does not have.
+FARPROC GetProcAddress(HMODULE module, LPCSTR procName);
+
+#endif

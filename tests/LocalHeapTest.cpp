@@ -1,0 +1,134 @@
+// Win32LocalHeap: zero fill, the bound, refusal of foreign blocks, several
+// threads at once, and destruction with blocks still held.
+#include "CorvoLocalHeap.h"
+#include "TestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using Vesk::Corvo::Exception;
+using Vesk::Corvo::Win32LocalHeap;
+using corvo_test::throwsWith;
+
+const char freeFailure[] = "Error freeing a memory block! ";
+
+bool allBytesAre(const void* block, std::size_t size, unsigned char value)
+{
+    const unsigned char* bytes = static_cast<const unsigned char*>(block);
+    for (std::size_t i = 0; i < size; ++i)
+        if (bytes[i] != value)
+            return false;
+    return true;
+}
+
+TEST(LocalHeap, BlocksAreZeroFilledAlsoWhenReused)
+{
+    Win32LocalHeap heap(0, 0);
+    for (unsigned int size : {1u, 16u, 100u, 4096u, 70000u, 3u << 20}) {
+        for (int round = 0; round < 2; ++round) {
+            void* block = heap.allocate(size);
+            ASSERT_NE(block, nullptr) << size;
+            EXPECT_TRUE(allBytesAre(block, size, 0)) << size << " round " << round;
+            std::memset(block, 0xA5, size);
+            heap.free(block);
+        }
+    }
+}
+
+TEST(LocalHeap, TheLargerSizeBoundsTheHeapInEitherOrder)
+{
+    const unsigned int maximum = 65536;
+    for (const auto& sizes : {std::make_pair(1024u, maximum), std::make_pair(maximum, 1024u)}) {
+        Win32LocalHeap heap(sizes.first, sizes.second);
+        EXPECT_EQ(heap.allocate(maximum + 1), nullptr);
+        std::vector<void*> blocks;
+        while (void* block = heap.allocate(1024)) {
+            blocks.push_back(block);
+            ASSERT_LE(blocks.size(), maximum / 1024);
+        }
+        ASSERT_GE(blocks.size(), 8u);
+        // Full, yet usable: a freed block is served again, and zeroed.
+        std::memset(blocks.back(), 0xFF, 1024);
+        heap.free(blocks.back());
+        blocks.back() = heap.allocate(1024);
+        ASSERT_NE(blocks.back(), nullptr);
+        EXPECT_TRUE(allBytesAre(blocks.back(), 1024, 0));
+        for (void* block : blocks)
+            heap.free(block);
+        // Freed blocks merge again: one block of most of the heap fits.
+        void* large = heap.allocate(maximum / 2);
+        EXPECT_NE(large, nullptr);
+        heap.free(large);
+    }
+}
+
+TEST(LocalHeap, FreeIgnoresNullAndRefusesWhatIsNotItsBlock)
+{
+    Win32LocalHeap heap(0, 0);
+    Win32LocalHeap other(0, 0);
+    heap.free(nullptr);
+    void* foreign = other.allocate(64);
+    void* block = heap.allocate(64);
+    EXPECT_TRUE(throwsWith<Exception>([&] { heap.free(foreign); }, freeFailure));
+    heap.free(block);
+    EXPECT_TRUE(throwsWith<Exception>([&] { heap.free(block); }, freeFailure));
+    // A pointer into a block, even one behind bytes that look like a start.
+    std::size_t* words = static_cast<std::size_t*>(heap.allocate(256));
+    words[8] = 48 | 3;
+    EXPECT_TRUE(throwsWith<Exception>([&] { heap.free(words + 10); }, freeFailure));
+    heap.free(words);
+    // Both heaps are whole after the refusals.
+    void* again = heap.allocate(64);
+    EXPECT_TRUE(allBytesAre(again, 64, 0));
+    heap.free(again);
+    other.free(foreign);
+}
+
+TEST(LocalHeap, ThreadsAllocateAndFreeAtOnce)
+{
+    Win32LocalHeap heap(0, 0);
+    std::vector<int> faults(4, 0);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([&heap, &faults, t] {
+            const unsigned char pattern = static_cast<unsigned char>(0x11 * (t + 1));
+            std::vector<std::pair<void*, unsigned int>> held;
+            for (unsigned int round = 0; round < 300; ++round) {
+                for (unsigned int i = 0; i < 16; ++i) {
+                    const unsigned int size = 1 + (round * 7 + i * 131) % 3000;
+                    void* block = heap.allocate(size);
+                    if (block == nullptr || !allBytesAre(block, size, 0))
+                        return static_cast<void>(++faults[t]);
+                    std::memset(block, pattern, size);
+                    held.emplace_back(block, size);
+                }
+                for (const auto& block : held) {
+                    faults[t] += allBytesAre(block.first, block.second, pattern) ? 0 : 1;
+                    heap.free(block.first);
+                }
+                held.clear();
+            }
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(faults, std::vector<int>(4, 0));
+}
+
+TEST(LocalHeap, DestructionTakesLiveBlocksWithIt)
+{
+    for (unsigned int maximum : {0u, 1u << 20}) {
+        Win32LocalHeap heap(0, maximum);
+        for (unsigned int size = 8; size <= (1u << 18); size *= 2) {
+            void* block = heap.allocate(size);
+            ASSERT_NE(block, nullptr);
+            std::memset(block, 1, size);
+        }
+    }
+}
+
+} // namespace
