@@ -13,6 +13,8 @@
 #include "CorvoString.h"
 #include "CorvoTokenizer.h"
 #include "CorvoUtf8String.h"
+#include "CorvoWindow.h"
+#include "CorvoGraphicalContext.h"
 #include "ZimException.h"
 #include "ZimLogPolicy.h"
 #include "ZimLogToRollingFilePolicy.h"

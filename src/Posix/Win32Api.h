@@ -10,5 +10,7 @@
 #include "Win32File.h"
 #include "Win32Runtime.h"
 #include "Win32Sync.h"
+#include "Win32Window.h"
+#include "Win32Gl.h"
 
 #endif
