@@ -13,6 +13,11 @@ namespace Corvo {
 
 namespace {
 
+// IDI_APPLICATION and IDC_ARROW, spelt for the wide calls whatever the
+// build's character set.
+const LPCWSTR stockApplicationIcon = MAKEINTRESOURCEW(32512);
+const LPCWSTR stockArrow = MAKEINTRESOURCEW(32512);
+
 static_assert(sizeof(WNDCLASSEXW) <= 80 && alignof(WNDCLASSEXW) <= 8,
               "the storage of Win32Window must hold a WNDCLASSEXW");
 
@@ -42,12 +47,12 @@ void Win32Window::create(const long& width, const long& height, std::string titl
     windowClass->cbClsExtra = 0;
     windowClass->cbWndExtra = 0;
     windowClass->hInstance = GetModuleHandleW(nullptr);
-    windowClass->hIcon = LoadIconW(nullptr, IDI_APPLICATION);
-    windowClass->hCursor = LoadCursorW(nullptr, IDC_ARROW);
+    windowClass->hIcon = LoadIconW(nullptr, stockApplicationIcon);
+    windowClass->hCursor = LoadCursorW(nullptr, stockArrow);
     windowClass->hbrBackground = reinterpret_cast<HBRUSH>(static_cast<INT_PTR>(COLOR_WINDOW + 1));
     windowClass->lpszMenuName = nullptr;
     windowClass->lpszClassName = wideTitle.c_str();
-    windowClass->hIconSm = LoadIconW(nullptr, IDI_APPLICATION);
+    windowClass->hIconSm = LoadIconW(nullptr, stockApplicationIcon);
 
     if (RegisterClassExW(windowClass) == 0)
         CORVO_RAISE(Exception, "Win32Window::Exception: error registering the class [" +
