@@ -37,7 +37,10 @@ namespace {
 bool haveDisplay()
 {
 #ifdef _WIN32
-    return true;
+    // Wine draws through X11 too; Windows itself always has a desktop.
+    const HMODULE ntdll = GetModuleHandleW(L"ntdll.dll");
+    const bool underWine = ntdll != nullptr && GetProcAddress(ntdll, "wine_get_version") != nullptr;
+    return !underWine || std::getenv("DISPLAY") != nullptr;
 #else
     return testDisplay() != nullptr;
 #endif
