@@ -23,6 +23,8 @@
 #include "CorvoTimer.h"
 #include "CorvoTokenizer.h"
 #include "CorvoUtf8String.h"
+#include "CorvoWindow.h"
+#include "CorvoGraphicalContext.h"
 #include "ZimException.h"
 #include "ZimLogPolicy.h"
 #include "ZimLogToRollingFilePolicy.h"

@@ -29,7 +29,9 @@ set(exported
   _ZN4Vesk5Corvo9Converter7toUtf16
   _ZN4Vesk5Corvo20Win32LocaleConverter10ansiToUtf8
   _ZN4Vesk5Corvo14Win32LocalHeap8allocate
-  _ZN4Vesk5Corvo20Win32DriveEnumerator9getSDPath)
+  _ZN4Vesk5Corvo20Win32DriveEnumerator9getSDPath
+  _ZN4Vesk5Corvo11Win32Window6create
+  _ZN4Vesk5Corvo21Win32GraphicalContext5clone)
 set(internal
   11Utf8Encoder
   11Utf8Decoder
@@ -42,7 +44,10 @@ set(internal
   MultiByteToWideChar
   _Z9HeapAlloc
   _Z12LoadLibraryW
-  15setDriveSources)
+  15setDriveSources
+  CreateWindowExW
+  wglShareLists
+  x11Display)
 
 foreach(symbol IN LISTS exported)
   string(FIND "${table}" "${symbol}" at)

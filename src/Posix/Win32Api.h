@@ -15,5 +15,7 @@
 #include "Win32Library.h"
 #include "Win32Heap.h"
 #include "Win32Drive.h"
+#include "Win32Window.h"
+#include "Win32Gl.h"
 
 #endif

@@ -1,0 +1,55 @@
+// An OpenGL rendering context on a window, double-buffered, sharing its
+// objects with the first context of the process.
+#ifndef CORVO_GRAPHICAL_CONTEXT_H
+#define CORVO_GRAPHICAL_CONTEXT_H
+
+#include "CorvoExport.h"
+#include "CorvoWindow.h"
+
+namespace Vesk {
+namespace Corvo {
+
+class CORVO_API Win32GraphicalContext
+{
+public:
+    // Sets a 32-bit RGBA, 16-bit depth, double-buffered pixel format on the
+    // window and creates a context on it, not current. Throws Exception
+    // when a step fails.
+    explicit Win32GraphicalContext(WindowHandle window);
+    // Clears the calling thread's current context, whichever it is, and
+    // deletes this one.
+    virtual ~Win32GraphicalContext();
+
+    // Each object deletes its own rendering context, so a copy would delete
+    // it twice: use clone for a second context.
+    Win32GraphicalContext(const Win32GraphicalContext&) = delete;
+    Win32GraphicalContext& operator=(const Win32GraphicalContext&) = delete;
+
+    // Makes this context current on the calling thread.
+    void acquire();
+    // Leaves the calling thread with no current context.
+    void release();
+    void swapBuffers();
+
+    // A new context on the same window, owned by the caller.
+    Win32GraphicalContext* clone();
+
+    void* getWindowHandle();
+    WindowHandle getDisplay();
+    // The window's client area; false, with both untouched, on failure.
+    bool getDisplaySize(unsigned long& width, unsigned long& height);
+
+private:
+    WindowHandle m_window;
+    DeviceContextHandle m_deviceContext;
+    RenderContextHandle m_renderContext;
+
+    // The first context built in the process, which the later ones share
+    // their objects with. Set once, never cleared.
+    static RenderContextHandle s_firstContext;
+};
+
+} // namespace Corvo
+} // namespace Vesk
+
+#endif
