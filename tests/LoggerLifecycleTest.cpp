@@ -47,13 +47,9 @@ TEST(LoggerLifecycle, FirstUseBuildsTheOnlyLogger)
     }
 
     // A second Logger is refused with the hand-written report.
-    try {
-        Logger second(LogInfo);
-        FAIL() << "a second Logger was built";
-    } catch (const Vesk::Zim::Exception& e) {
-        EXPECT_EQ(e.getMessage(),
-                  "Reason:\t\tLogger instance already set \nFile:\t\tZimLogger\nFunction:\tLogger::Logger\nLine:\t\t25");
-    }
+    EXPECT_TRUE(corvo_test::raisedAt<Vesk::Zim::Exception>([] { Logger second(LogInfo); },
+                                                           "Logger instance already set ", "ZimLogger",
+                                                           "Logger::Logger", 25));
     EXPECT_EQ(&Logger::getSingleton(), first);
 
     // Nothing is enabled: records go nowhere until the console is switched on.
