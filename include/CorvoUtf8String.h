@@ -8,15 +8,7 @@
 #include <iosfwd>
 #include <string>
 
-// utfcpp's exceptions reach callers, so their type information must be the
-// same on both sides of the shared library.
-#if defined(__GNUC__) && !defined(_WIN32)
-#pragma GCC visibility push(default)
-#endif
 #include <utf8.h>
-#if defined(__GNUC__) && !defined(_WIN32)
-#pragma GCC visibility pop
-#endif
 
 namespace Vesk {
 namespace Corvo {

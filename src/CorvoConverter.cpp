@@ -1,8 +1,10 @@
-// Converter. The Unicode forms go through utfcpp, whose exceptions pass to
+// Converter. The Unicode forms go through utfcpp (wide text through
+// appendUtf8, which reads the units and lets utfcpp encode), whose exceptions pass to
 // the caller untouched; nothing here catches.
 #include "CorvoConverter.h"
 #include "CorvoLocaleConverter.h"
 #include "CorvoString.h"
+#include "CorvoWideText.h"
 
 #include <cstdint>
 #include <iterator>
@@ -13,19 +15,9 @@ namespace Corvo {
 
 namespace {
 
-// utfcpp keeps the low 16 bits of a UTF-16 element and the low 32 bits of a
-// UTF-32 one. Where wchar_t or unsigned long is wider, a value that does not
-// fit would silently become another character, so it is refused first, as
-// utfcpp refuses the values it sees as invalid.
-void requireUtf16Units(const std::wstring& text)
-{
-    for (const wchar_t element : text) {
-        const auto value = static_cast<std::uint32_t>(element);
-        if (value > 0xFFFF)
-            throw utf8::invalid_utf16(static_cast<utf8::uint16_t>(value));
-    }
-}
-
+// utfcpp keeps the low 32 bits of a UTF-32 element. Where unsigned long is
+// wider, a value that does not fit would silently become another character,
+// so it is refused first, as utfcpp refuses the values it sees as invalid.
 void requireUtf32Values(const Converter::Utf32String& text)
 {
     for (const unsigned long value : text) {
@@ -42,9 +34,8 @@ Utf8String Converter::toUtf8(const std::string& ansi) { return Win32LocaleConver
 
 Utf8String Converter::toUtf8(const std::wstring& utf16)
 {
-    requireUtf16Units(utf16);
     std::string bytes;
-    utf8::utf16to8(utf16.begin(), utf16.end(), std::back_inserter(bytes));
+    appendUtf8(bytes, utf16.data(), utf16.size(), BadUnit::Throw);
     return Utf8String(bytes);
 }
 

@@ -5,8 +5,6 @@
 
 #include <future>
 #include <stdexcept>
-#include <thread>
-#include <vector>
 
 using namespace Vesk::Corvo;
 
@@ -51,22 +49,4 @@ TEST(CriticalSection, GuardReleasesOnException)
         },
         std::runtime_error);
     EXPECT_TRUE(freeForOthers(lock));
-}
-
-TEST(CriticalSection, GuardsSerialiseThreads)
-{
-    Lock lock;
-    long counter = 0;
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t)
-        threads.emplace_back([&] {
-            for (int i = 0; i < 20000; ++i) {
-                CriticalSectionGuard guard(lock);
-                CriticalSectionGuard nested(lock);
-                counter = counter + 1;
-            }
-        });
-    for (std::thread& thread : threads)
-        thread.join();
-    EXPECT_EQ(counter, 80000);
 }

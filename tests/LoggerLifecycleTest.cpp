@@ -47,13 +47,9 @@ TEST(LoggerLifecycle, FirstUseBuildsTheOnlyLogger)
     }
 
     // A second Logger is refused with the hand-written report.
-    try {
-        Logger second(LogInfo);
-        FAIL() << "a second Logger was built";
-    } catch (const Vesk::Zim::Exception& e) {
-        EXPECT_EQ(e.getMessage(),
-                  "Reason:\t\tLogger instance already set \nFile:\t\tZimLogger\nFunction:\tLogger::Logger\nLine:\t\t25");
-    }
+    EXPECT_TRUE(corvo_test::raisedAt<Vesk::Zim::Exception>([] { Logger second(LogInfo); },
+                                                           "Logger instance already set ", "ZimLogger",
+                                                           "Logger::Logger", 25));
     EXPECT_EQ(&Logger::getSingleton(), first);
 
     // Nothing is enabled: records go nowhere until the console is switched on.
@@ -82,24 +78,27 @@ TEST(DeveloperConfig, PresetsSetTheFieldsAndTheLoggersFilter)
         return levels;
     };
 
-    DeveloperConfig::initConfig(PresetDeveloper);
-    EXPECT_EQ(DeveloperConfig::environment(), EnvTest);
-    EXPECT_EQ(DeveloperConfig::logLevel(), LogInfo);
-    EXPECT_FALSE(DeveloperConfig::updaterEnabled());
-    EXPECT_TRUE(DeveloperConfig::devLogEnabled());
-    EXPECT_EQ(passing(), "1234567");
-
-    DeveloperConfig::initConfig(PresetProduction);
-    EXPECT_EQ(DeveloperConfig::environment(), EnvProd);
-    EXPECT_TRUE(DeveloperConfig::updaterEnabled());
-    EXPECT_FALSE(DeveloperConfig::devLogEnabled());
-    EXPECT_EQ(passing(), "4567");
-
-    DeveloperConfig::initConfig(PresetTestNoUpdater);
-    EXPECT_EQ(DeveloperConfig::logLevel(), LogDebug);
-    EXPECT_FALSE(DeveloperConfig::updaterEnabled());
-    DeveloperConfig::initConfig(PresetTest);
-    EXPECT_TRUE(DeveloperConfig::updaterEnabled());
+    // Each preset sets all four fields and the Logger's filter: the levels
+    // that pass, 1 to 7.
+    const struct
+    {
+        ConfigPreset preset;
+        Environment environment;
+        LogLevel level;
+        bool updater, devLog;
+        const char* passing;
+    } presets[] = {{PresetDeveloper, EnvTest, LogInfo, false, true, "1234567"},
+                   {PresetProduction, EnvProd, LogFlow, true, false, "4567"},
+                   {PresetTestNoUpdater, EnvTest, LogDebug, false, false, "34567"},
+                   {PresetTest, EnvTest, LogDebug, true, false, "34567"}};
+    for (const auto& row : presets) {
+        DeveloperConfig::initConfig(row.preset);
+        EXPECT_EQ(DeveloperConfig::environment(), row.environment) << row.preset;
+        EXPECT_EQ(DeveloperConfig::logLevel(), row.level) << row.preset;
+        EXPECT_EQ(DeveloperConfig::updaterEnabled(), row.updater) << row.preset;
+        EXPECT_EQ(DeveloperConfig::devLogEnabled(), row.devLog) << row.preset;
+        EXPECT_EQ(passing(), row.passing) << row.preset;
+    }
 
     // The Logger's own setter does not reach the stored level.
     Logger::getSingleton().setLogFilterLevel(LogError);

@@ -8,7 +8,6 @@
 
 #include <clocale>
 #include <cstdarg>
-#include <ctime>
 #include <fstream>
 #include <future>
 #include <set>
@@ -74,6 +73,8 @@ TEST(Platform, AnsiIs1252AndUtf8CarriesSurrogatePairs)
 {
     EXPECT_EQ(toWide(CP_ACP, "\xE9\x80\x9F"), (std::wstring{0xE9, 0x20AC, 0x178}));
     EXPECT_EQ(toBytes(CP_ACP, std::wstring{0xE9, 0x20AC}), "\xE9\x80");
+    // What 1252 lacks, and a lone surrogate, become one '?' each.
+    EXPECT_EQ(toBytes(CP_ACP, std::wstring{0x4E00, 0xD800, L'a'}), "??a");
 
     EXPECT_EQ(toWide(CP_UTF8, "a\xF0\x9F\x98\x80"), (std::wstring{L'a', 0xD83D, 0xDE00}));
     EXPECT_EQ(toBytes(CP_UTF8, std::wstring{0xD83D, 0xDE00}), "\xF0\x9F\x98\x80");
@@ -104,18 +105,19 @@ TEST(Platform, ThreadIdsAreStablePerThreadAndDistinct)
 
 TEST(Platform, NarrowFormattingFillsTheCountWithoutTerminatorWhenCut)
 {
-    char buffer[8];
-    std::string(8, '#').copy(buffer, 8);
-    EXPECT_EQ(formatNarrow(buffer, 6, "%d-%s", 12, "ab"), 5);
-    EXPECT_STREQ(buffer, "12-ab");
-
-    std::string(8, '#').copy(buffer, 8);
-    EXPECT_EQ(formatNarrow(buffer, 5, "%d-%s", 12, "ab"), 5);
-    EXPECT_EQ(std::string(buffer, 6), "12-ab#");
-
-    std::string(8, '#').copy(buffer, 8);
-    EXPECT_LT(formatNarrow(buffer, 4, "%d-%s", 12, "ab"), 0);
-    EXPECT_EQ(std::string(buffer, 5), "12-a#");
+    const struct
+    {
+        std::size_t count;
+        int result; // -1 for any negative result
+        std::string buffer;
+    } rows[] = {{6, 5, std::string("12-ab\0", 6)}, {5, 5, "12-ab#"}, {4, -1, "12-a##"}};
+    for (const auto& row : rows) {
+        char buffer[8];
+        std::string(8, '#').copy(buffer, 8);
+        const int result = formatNarrow(buffer, row.count, "%d-%s", 12, "ab");
+        EXPECT_EQ(result < 0 ? -1 : result, row.result) << row.count;
+        EXPECT_EQ(std::string(buffer, 6), row.buffer) << row.count;
+    }
 }
 
 TEST(Platform, WideFormattingReadsFormatsAsWindowsDoes)
@@ -130,16 +132,6 @@ TEST(Platform, WideFormattingReadsFormatsAsWindowsDoes)
     std::wstring(32, L'#').copy(buffer, 32);
     EXPECT_LT(formatWide(buffer, 4, L"%s", L"abcdef"), 0);
     EXPECT_EQ(std::wstring(buffer, 5), std::wstring(L"abc\0#", 5));
-}
-
-TEST(Platform, TimeBreaksDownIntoLocalTime)
-{
-    const __time64_t now = _time64(nullptr);
-    __time64_t stored = 0;
-    EXPECT_GE(_time64(&stored), now);
-    EXPECT_GE(stored, now);
-    struct tm broken = *_localtime64(&now);
-    EXPECT_EQ(static_cast<__time64_t>(std::mktime(&broken)), now);
 }
 
 TEST(Platform, DeleteRefusesAFileThisProcessHoldsOpen)

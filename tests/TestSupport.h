@@ -7,7 +7,10 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <sstream>
 #include <string>
+#include <vector>
 
 namespace corvo_test {
 
@@ -19,15 +22,73 @@ template <typename E, typename F>
     try {
         f();
     } catch (const E& e) {
-        std::string got;
-        if constexpr (std::is_base_of_v<Vesk::Corvo::Exception, E> || std::is_same_v<Vesk::Zim::Exception, E>)
-            got = reasonOf(e);
-        else
-            got = e.what();
+        const std::string got = textOf(e);
         if (got == text)
             return ::testing::AssertionSuccess();
-        return ::testing::AssertionFailure() << "threw with \"" << got << "\", expected \"" << text
-                                             << "\"";
+        return ::testing::AssertionFailure() << "threw with \"" << got << "\", expected \"" << text << "\"";
+    } catch (...) {
+        return ::testing::AssertionFailure() << "threw another type";
+    }
+    return ::testing::AssertionFailure() << "did not throw";
+}
+
+// One row of a table of outcomes: the call as the failure message names it,
+// the call, and its outcome as outcomeOf gives it.
+struct Outcome
+{
+    const char* call;
+    std::function<void()> run;
+    std::string outcome;
+};
+
+inline void expectOutcomes(const std::vector<Outcome>& rows)
+{
+    for (const Outcome& row : rows)
+        EXPECT_EQ(outcomeOf(row.run), row.outcome) << row.call;
+}
+
+// Reason, file, function and line of a report, whichever tree it comes from.
+struct Place
+{
+    std::string reason, file, function;
+    long line = 0;
+};
+
+inline Place placeOf(const std::string& report)
+{
+    Place place;
+    std::istringstream lines(report);
+    std::string* fields[] = {&place.reason, &place.file, &place.function};
+    std::string line;
+    for (std::string* field : fields) {
+        std::getline(lines, line);
+        const std::size_t value = line.find_first_not_of(" \t", line.find(':') + 1);
+        *field = value == std::string::npos ? std::string() : line.substr(value);
+    }
+    std::getline(lines, line);
+    place.line = std::stol(line.substr(line.find(':') + 1));
+    return place;
+}
+
+inline Place placeOf(const Vesk::Corvo::Exception& e) { return placeOf(e.getDescription()); }
+inline Place placeOf(const Vesk::Zim::Exception& e) { return placeOf(e.getMessage()); }
+
+// Runs f and expects E raised with the reason at the place: the file as the
+// repository names it, the qualified function, and the line (any above 0
+// when not given).
+template <typename E, typename F>
+::testing::AssertionResult raisedAt(F f, const std::string& reason, const std::string& file,
+                                    const std::string& function, long line = 0)
+{
+    try {
+        f();
+    } catch (const E& e) {
+        const Place got = placeOf(e);
+        if (got.reason == reason && got.file == file && got.function == function &&
+            (line != 0 ? got.line == line : got.line > 0))
+            return ::testing::AssertionSuccess();
+        return ::testing::AssertionFailure() << "raised with \"" << got.reason << "\" at " << got.file << ", "
+                                             << got.function << ", line " << got.line;
     } catch (...) {
         return ::testing::AssertionFailure() << "threw another type";
     }

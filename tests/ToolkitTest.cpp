@@ -1,21 +1,13 @@
-// The stack tracer, the test-suite runner, and a rolling series under load,
-// all through the process's Logger.
-#include "CorvoPlatform.h"
+// The stack tracer and the test-suite runner, through the process's Logger.
 #include "LogCapture.h"
-#include "TempDirectory.h"
-#include "ZimLogToRollingFilePolicy.h"
 #include "ZimLogger.h"
 #include "ZimStackTracer.h"
 #include "ZimUnitTestSuite.h"
 
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <cstdio>
-#include <filesystem>
 #include <memory>
 #include <stdexcept>
-#include <thread>
 
 using namespace Vesk::Zim;
 using corvo_test::Record;
@@ -186,50 +178,4 @@ TEST(UnitTestSuite, DestroyingAnySuiteEmptiesTheRegistry)
     UnitTestSuite::execute();
     EXPECT_EQ(quiet.runs, 1);
     EXPECT_EQ(ResultList::getSingleton().size(), 1u);
-}
-
-// Four threads log through the Logger into a rolling series with a small
-// limit and room for every file. Every record number appears exactly once,
-// no line is split, and no file passes its limit by more than one record.
-TEST(RollingFile, LoadThroughTheLogger)
-{
-    corvo_test::TempDirectory dir("load");
-    const int threads = 4, perThread = 50000;
-    const unsigned long long limit = 64 * 1024;
-    const std::chrono::steady_clock::time_point began = std::chrono::steady_clock::now();
-    {
-        LogToRollingFilePolicy series(dir.path(), "load-%hu.log", 2000, limit);
-        logger().setLogFilterLevel(LogDebug);
-        logger().addPolicy(series, true);
-        std::vector<std::thread> workers;
-        for (int t = 0; t < threads; ++t)
-            workers.emplace_back([t] {
-                for (int i = 0; i < perThread; ++i)
-                    logger().logTagf(LogDebug, "load", "thread %d record %d", t, i);
-            });
-        for (std::thread& worker : workers)
-            worker.join();
-        logger().disablePolicy("file");
-    }
-    const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - began).count();
-    const int total = threads * perThread;
-    std::printf("rolling load: %d records in %.2f s, %.0f records/s\n", total, seconds, total / seconds);
-
-    std::vector<bool> seen(total, false);
-    for (const std::string& name : dir.names()) {
-        unsigned long long characters = 0, longest = 0;
-        for (const std::string& line : dir.lines(name)) {
-            unsigned long long id = 0, number = 0;
-            int t = -1, i = -1, end = 0;
-            std::sscanf(line.c_str(), "%llu - %llu - %*19c [[DEBUG]load] thread %d record %d%n", &id, &number, &t,
-                        &i, &end);
-            ASSERT_TRUE(end == static_cast<int>(line.size()) && number < seen.size()) << name << ": " << line;
-            ASSERT_FALSE(seen[number]) << "record " << number << " twice";
-            seen[number] = true;
-            characters += line.size();
-            longest = std::max<unsigned long long>(longest, line.size());
-        }
-        EXPECT_LE(characters, limit + longest) << name;
-    }
-    EXPECT_EQ(std::count(seen.begin(), seen.end(), true), total);
 }

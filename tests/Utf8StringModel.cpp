@@ -39,7 +39,7 @@ struct Refusal
 
 const std::string badPosition = "std::out_of_range: invalid string position";
 const std::string tooLong = "std::length_error: string too long";
-const std::string badCodePoint = "utf8::invalid_code_point";
+const std::string badCodePoint = "utf8::invalid_code_point: Invalid code point";
 
 std::string encodingFailure(const std::string& reason) { return "StringEncodingException: " + reason; }
 
@@ -47,24 +47,9 @@ std::string encodingFailure(const std::string& reason) { return "StringEncodingE
 std::string outcomeOf(const std::function<void()>& f)
 {
     try {
-        f();
-        return "ok";
+        return corvo_test::outcomeOf(f);
     } catch (const Refusal& r) {
         return r.outcome;
-    } catch (const StringEncodingException& e) {
-        return encodingFailure(corvo_test::reasonOf(e));
-    } catch (const utf8::invalid_code_point&) {
-        return badCodePoint;
-    } catch (const utf8::not_enough_room&) {
-        return "utf8::not_enough_room";
-    } catch (const utf8::invalid_utf8&) {
-        return "utf8::invalid_utf8";
-    } catch (const std::out_of_range& e) {
-        return std::string("std::out_of_range: ") + e.what();
-    } catch (const std::length_error& e) {
-        return std::string("std::length_error: ") + e.what();
-    } catch (const std::exception& e) {
-        return std::string("std::exception: ") + e.what();
     }
 }
 
@@ -465,7 +450,7 @@ bool Script::edit()
         return check(describe("erase(iterator)", i1), [&] { return positionOf(m_text.erase(iteratorAt(i1))); },
                      [&](Model& m) {
                          if (i1 == m.size())
-                             refuse("utf8::not_enough_room");
+                             refuse("utf8::not_enough_room: Not enough space");
                          return m.erase(i1, 1), i1;
                      });
     case 24:

@@ -1,5 +1,7 @@
-// Code-page conversion on iconv. UTF-16 travels as UTF-16LE bytes between
-// iconv and the WCHAR units of the callers.
+// Code-page conversion on iconv. UTF-16 travels as UTF-16LE bytes from
+// iconv to the WCHAR units of the callers; WCHAR units go to UTF-8 through
+// appendUtf8, whose rule for what is not UTF-16 holds here too.
+#include "CorvoWideText.h"
 #include "PosixSupport.h"
 #include "Win32CodePage.h"
 
@@ -9,7 +11,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
-#include <cstdint>
 #include <string>
 
 namespace {
@@ -29,12 +30,24 @@ std::string charsetOf(UINT codePage)
     return codeset == "ANSI_X3.4-1968" ? "WINDOWS-1252" : codeset;
 }
 
+// How far a conversion skips past what it cannot convert: one unit of the
+// source, a byte or a whole UTF-8 sequence.
+std::size_t oneByte(const char*, std::size_t) { return 1; }
+
+std::size_t oneSequence(const char* at, std::size_t left)
+{
+    std::size_t length = 1;
+    while (length < left && (static_cast<unsigned char>(at[length]) & 0xC0) == 0x80)
+        ++length;
+    return length;
+}
+
 // Converts size bytes at input from one character set to another. What cannot
-// be converted becomes replacement, and the conversion goes on step bytes
-// further (one unit of the source). False if iconv does not know a set.
+// be converted becomes replacement, and the conversion goes on past one unit
+// of the source. False if iconv does not know a set.
 bool transcode(const std::string& to, const std::string& from, const char* input,
-               std::size_t size, std::size_t step, const std::string& replacement,
-               std::string& output)
+               std::size_t size, std::size_t (*unit)(const char*, std::size_t),
+               const std::string& replacement, std::string& output)
 {
     iconv_t converter = iconv_open(to.c_str(), from.c_str());
     if (converter == reinterpret_cast<iconv_t>(-1))
@@ -52,7 +65,7 @@ bool transcode(const std::string& to, const std::string& from, const char* input
             continue;
         // EILSEQ, or EINVAL for a sequence cut off by the end of the input.
         output += replacement;
-        const std::size_t skipped = error == EINVAL ? inLeft : std::min(step, inLeft);
+        const std::size_t skipped = error == EINVAL ? inLeft : std::min(unit(in, inLeft), inLeft);
         in += skipped;
         inLeft -= skipped;
     }
@@ -94,7 +107,7 @@ int MultiByteToWideChar(UINT codePage, DWORD flags, LPCCH multiByte, int multiBy
     const std::string charset = charsetOf(codePage);
     std::string bytes;
     if (charset.empty() || flags != 0 || multiByteLength <= 0 || wideLength < 0 ||
-        !transcode(UTF16, charset, multiByte, static_cast<std::size_t>(multiByteLength), 1,
+        !transcode(UTF16, charset, multiByte, static_cast<std::size_t>(multiByteLength), oneByte,
                    "\xFD\xFF", bytes))
         return 0;
     std::wstring units;
@@ -112,19 +125,14 @@ int WideCharToMultiByte(UINT codePage, DWORD flags, LPCWCH wide, int wideLength,
     if (charset.empty() || flags != 0 || wideLength <= 0 || multiByteLength < 0 ||
         defaultChar != nullptr || usedDefaultChar != nullptr)
         return 0;
-    std::string units;
-    for (int i = 0; i < wideLength; ++i) {
-        // A value beyond 16 bits, possible where wchar_t is wider, is no
-        // UTF-16 unit.
-        const std::uint32_t value = static_cast<std::uint32_t>(wide[i]);
-        const std::uint32_t unit = value > 0xFFFF ? 0xFFFD : value;
-        units += static_cast<char>(unit & 0xFF);
-        units += static_cast<char>(unit >> 8);
-    }
+    std::string utf8;
+    Vesk::Corvo::appendUtf8(utf8, wide, static_cast<std::size_t>(wideLength), Vesk::Corvo::BadUnit::Replace);
+    if (charset == "UTF-8")
+        return deliver(utf8, multiByte, multiByteLength);
     std::string replacement;
     std::string bytes;
-    if (!transcode(charset, UTF16, "\xFD\xFF", 2, 2, "?", replacement) ||
-        !transcode(charset, UTF16, units.data(), units.size(), 2, replacement, bytes))
+    if (!transcode(charset, "UTF-8", "\xEF\xBF\xBD", 3, oneSequence, "?", replacement) ||
+        !transcode(charset, "UTF-8", utf8.data(), utf8.size(), oneSequence, replacement, bytes))
         return 0;
     return deliver(bytes, multiByte, multiByteLength);
 }

@@ -9,10 +9,6 @@ namespace Corvo {
 
 namespace {
 
-static_assert(sizeof(CRITICAL_SECTION) <= sizeof(unsigned char[40]) &&
-                  alignof(CRITICAL_SECTION) <= 8,
-              "the storage of Win32CriticalSection must hold a CRITICAL_SECTION");
-
 CRITICAL_SECTION* platform(unsigned char* storage)
 {
     return std::launder(reinterpret_cast<CRITICAL_SECTION*>(storage));
@@ -22,6 +18,8 @@ CRITICAL_SECTION* platform(unsigned char* storage)
 
 Win32CriticalSection::Win32CriticalSection()
 {
+    static_assert(sizeof(CRITICAL_SECTION) <= sizeof m_criticalSection && alignof(CRITICAL_SECTION) <= 8,
+                  "the storage of Win32CriticalSection must hold a CRITICAL_SECTION");
     InitializeCriticalSection(new (m_criticalSection) CRITICAL_SECTION);
 }
 

@@ -2,7 +2,9 @@
 #include "ZimLogLine.h"
 
 #include "CorvoPlatform.h"
+#include "CorvoWideText.h"
 
+#include <cwchar>
 #include <iterator>
 #include <sstream>
 
@@ -22,16 +24,7 @@ std::string threadNumber()
 std::string wideToUtf8(const std::wstring& text)
 {
     std::string bytes;
-    std::back_insert_iterator<std::string> out(bytes);
-    for (const wchar_t* p = text.c_str(); *p; ++p) {
-        unsigned long unit = static_cast<unsigned long>(*p);
-        if (unit >= 0xD800 && unit <= 0xDBFF && p[1] >= 0xDC00 && p[1] <= 0xDFFF) {
-            unit = 0x10000 + ((unit - 0xD800) << 10) + (static_cast<unsigned long>(*++p) - 0xDC00);
-        } else if ((unit >= 0xD800 && unit <= 0xDFFF) || unit > 0x10FFFF) {
-            unit = 0xFFFD;
-        }
-        out = utf8::append(static_cast<utf8::uint32_t>(unit), out);
-    }
+    Corvo::appendUtf8(bytes, text.c_str(), std::wcslen(text.c_str()), Corvo::BadUnit::Replace);
     return bytes;
 }
 

@@ -11,9 +11,8 @@ namespace LogLine {
 // The calling thread's number in decimal: the first column of every line.
 std::string threadNumber();
 
-// Wide text as UTF-8, up to its first NUL. The elements are UTF-16 units,
-// pairs of surrogates included; where wchar_t is 32 bits an element above
-// 0xFFFF is taken as a whole code point. What is neither becomes U+FFFD.
+// Wide text as UTF-8, up to its first NUL, by the rule of appendUtf8
+// (CorvoWideText.h): what is not UTF-16 becomes U+FFFD.
 std::string wideToUtf8(const std::wstring& text);
 
 } // namespace LogLine

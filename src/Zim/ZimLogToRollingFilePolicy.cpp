@@ -68,11 +68,14 @@ void LogToRollingFilePolicy::init()
     // numbers, and the last match decides where the series goes on.
     std::sort(names.begin(), names.end());
     for (const std::string& name : names) {
-        // Scanned into a wide, zeroed word, so that a format for a larger
-        // type than unsigned short cannot write past the number.
-        unsigned long long number = 0;
-        if (std::sscanf(name.c_str(), m_nameFormat.c_str(), &number) == 1) {
-            m_fileNumber = static_cast<unsigned short>(number);
+        // %hu writes an unsigned short; the zeroed room around it keeps a
+        // format for a larger type from writing past the number.
+        union {
+            unsigned short number;
+            unsigned long long room;
+        } scanned = {};
+        if (std::sscanf(name.c_str(), m_nameFormat.c_str(), &scanned.number) == 1) {
+            m_fileNumber = scanned.number;
             m_currentFile = m_directory + CORVO_PATH_SEPARATOR + name;
             m_files.push_back(m_currentFile);
         }
