@@ -12,8 +12,8 @@ using detail::platformObject;
 
 Win32ReadWriteLock::Win32ReadWriteLock() : m_readerCount(0)
 {
-    InitializeCriticalSection(new (m_countSection) CRITICAL_SECTION);
-    InitializeCriticalSection(new (m_entrySection) CRITICAL_SECTION);
+    InitializeCriticalSection(new (platformObject<CRITICAL_SECTION>(m_countSection)) CRITICAL_SECTION);
+    InitializeCriticalSection(new (platformObject<CRITICAL_SECTION>(m_entrySection)) CRITICAL_SECTION);
     m_noReadersEvent = CreateEventW(nullptr, TRUE, TRUE, nullptr);
 }
 

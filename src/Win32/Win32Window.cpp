@@ -2,11 +2,9 @@
 // the calling thread's message queue.
 #include "CorvoWindow.h"
 #include "CorvoException.h"
-#include "CorvoPlatform.h"
 #include "CorvoRaise.h"
 #include "CorvoString.h"
-
-#include <new>
+#include "PlatformSupport.h"
 
 namespace Vesk {
 namespace Corvo {
@@ -17,9 +15,6 @@ namespace {
 // build's character set.
 const LPCWSTR stockApplicationIcon = MAKEINTRESOURCEW(32512);
 const LPCWSTR stockArrow = MAKEINTRESOURCEW(32512);
-
-static_assert(sizeof(WNDCLASSEXW) <= 80 && alignof(WNDCLASSEXW) <= 8,
-              "the storage of Win32Window must hold a WNDCLASSEXW");
 
 // The procedure registered with the platform, with the platform's exact
 // signature, so that no function pointer is called through another type.
@@ -40,7 +35,7 @@ void Win32Window::create(const long& width, const long& height, std::string titl
 
     // The record keeps pointing at the title after this call; only
     // RegisterClassExW reads the name, and it copies it.
-    WNDCLASSEXW* windowClass = new (m_windowClass) WNDCLASSEXW();
+    WNDCLASSEXW* windowClass = new (detail::platformObject<WNDCLASSEXW>(m_windowClass)) WNDCLASSEXW();
     windowClass->cbSize = sizeof(WNDCLASSEXW);
     windowClass->style = 0;
     windowClass->lpfnWndProc = windowProcedure;
