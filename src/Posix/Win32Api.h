@@ -10,5 +10,6 @@
 #include "Win32File.h"
 #include "Win32Runtime.h"
 #include "Win32Sync.h"
+#include "Win32Socket.h"
 
 #endif
