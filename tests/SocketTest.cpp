@@ -84,7 +84,7 @@ private:
     std::thread m_thread;
 };
 
-int openDescriptors()
+[[maybe_unused]] int openDescriptors()
 {
     int count = 0;
     for (auto it = std::filesystem::directory_iterator("/proc/self/fd"); it != std::filesystem::directory_iterator(); ++it)
