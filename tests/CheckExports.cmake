@@ -27,7 +27,10 @@ set(exported
   _ZN4Vesk5Corvo11str_to_tstr
   _ZN4Vesk5Corvo9Tokenizer17defaultDelimiters
   _ZN4Vesk5Corvo9Converter7toUtf16
-  _ZN4Vesk5Corvo20Win32LocaleConverter10ansiToUtf8)
+  _ZN4Vesk5Corvo20Win32LocaleConverter10ansiToUtf8
+  _ZN4Vesk5Corvo11Win32Socket7receive
+  _ZN4Vesk5Corvo6detail18raisePacketFailure
+  _ZN4Vesk5Corvo6StreamlsE)
 set(internal
   11Utf8Encoder
   11Utf8Decoder
@@ -37,7 +40,9 @@ set(internal
   18LogToConsolePolicy
   _Z25InitializeCriticalSection
   _Z18GetCurrentThreadId
-  MultiByteToWideChar)
+  MultiByteToWideChar
+  _Z10WSAStartup
+  _ZN4Vesk5Corvo5Posix10openSocket)
 
 foreach(symbol IN LISTS exported)
   string(FIND "${table}" "${symbol}" at)
