@@ -21,7 +21,9 @@ struct SocketAddress
     unsigned short port;
 };
 
-enum Protocol
+// Every int is a value of the type, so that any other value reaches the
+// socket and is refused there.
+enum Protocol : int
 {
     UDP = 1,
     TCP = 2

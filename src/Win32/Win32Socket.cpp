@@ -58,7 +58,7 @@ std::string Win32Socket::lastErrorText() const
 }
 
 Win32Socket::Win32Socket()
-    : m_socket(INVALID_SOCKET), m_protocol(Protocol(0)), m_buffer(new char[readBufferSize]),
+    : m_socket(INVALID_SOCKET), m_protocol(Protocol(0)), m_buffer(nullptr),
       m_bufferSize(readBufferSize)
 {
     std::memset(m_address, 0, sizeof m_address);
@@ -73,10 +73,11 @@ Win32Socket::Win32Socket()
             const std::string text = "Cannot Initialize WinSock Library! " + lastErrorText();
             delete m_errorDictionary;
             m_errorDictionary = nullptr;
-            delete[] m_buffer;
             CORVO_RAISE(Exception, text);
         }
     }
+    // The block last: a failed start-up leaves nothing to release.
+    m_buffer = new char[readBufferSize];
     ++m_iRefCount;
 }
 
