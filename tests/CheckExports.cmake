@@ -55,6 +55,8 @@ foreach(symbol IN LISTS symbols)
     continue()
   endif()
   string(REGEX REPLACE "${prefix}" "" rest "${symbol}")
+  # Helpers of inline code live in the nested namespace detail.
+  string(REGEX REPLACE "^6detail" "" rest "${rest}")
   if(rest MATCHES "^([0-9]+)")
     string(LENGTH "${CMAKE_MATCH_1}" digits)
     string(SUBSTRING "${rest}" ${digits} ${CMAKE_MATCH_1} name)
@@ -84,7 +86,9 @@ set(exported
   _ZN4Vesk5Corvo14Win32LocalHeap8allocate
   _ZN4Vesk5Corvo20Win32DriveEnumerator9getSDPath
   _ZN4Vesk5Corvo11Win32Window6create
-  _ZN4Vesk5Corvo21Win32GraphicalContext5clone)
+  _ZN4Vesk5Corvo21Win32GraphicalContext5clone
+  _ZN4Vesk5Corvo11Win32Socket7receive
+  _ZN4Vesk5Corvo6detail18raisePacketFailure)
 foreach(symbol IN LISTS exported)
   string(FIND "${symbols}" "${symbol}" at)
   if(at EQUAL -1)

@@ -32,3 +32,15 @@ TEST(SharedLibrary, DataAndObjectsAreShared)
     int aligned[8];
     EXPECT_TRUE(isAlignedTo(alignAddress(aligned + 1, ALIGNMENT_8), ALIGNMENT_8));
 }
+
+TEST(SharedLibrary, HeaderTemplatesReportThroughTheLibrary)
+{
+    try {
+        Packet_T<char>(1, nullptr);
+        FAIL() << "no exception";
+    } catch (const Exception& e) {
+        EXPECT_NE(e.getDescription().find("\nFile:\t  include/CorvoPacket.h\nFunction: Vesk::Corvo::Packet_T<char>::Packet_T\n"),
+                  std::string::npos);
+    }
+    EXPECT_EQ(Win32SocketErrorDictionary().getErrorMessage(10061), "WSAECONNREFUSED [10061]");
+}

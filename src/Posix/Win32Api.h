@@ -17,5 +17,6 @@
 #include "Win32Drive.h"
 #include "Win32Window.h"
 #include "Win32Gl.h"
+#include "Win32Socket.h"
 
 #endif

@@ -1,0 +1,146 @@
+// tcp-echo: a TCP echo server and its client on loopback, in one process.
+// The client sends each line of its input (a file, or - for standard input;
+// a sample when none is named), checked and repaired as UTF-8 first, and
+// prints what came back with the round-trip time. Both sides log through
+// the Logger into a rolling series of files, whose directory is named at
+// the end.
+//   tcp-echo [FILE | -]
+#include <Corvo.h>
+
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+#include <string>
+#include <thread>
+
+using namespace Vesk::Corvo;
+using Vesk::Zim::Logger;
+
+namespace {
+
+const char* const sample = "hello, world\ncaf\xC3\xA9 \xE2\x82\xAC 5\nbroken \xFF bytes\n\xF0\x9F\x98\x80\n";
+
+// Opens a listening TCP socket on the first free loopback port from 47000.
+unsigned short listenOnLoopback(Win32Socket& listener)
+{
+    for (unsigned short port = 47000;; ++port) {
+        listener.open(SocketAddress("127.0.0.1", port), TCP);
+        try {
+            listener.bind();
+            listener.listen();
+            return port;
+        } catch (const TCPStreamException&) {
+            listener.close();
+            if (port == 47999)
+                throw;
+        }
+    }
+}
+
+// The server: one connection, everything it reads written back, until the
+// client closes.
+void serveOneClient(Win32Socket& listener)
+{
+    try {
+        Win32Socket connection;
+        listener.accept(connection);
+        for (Packet_T<char> packet = connection.read(256); packet.m_size != 0;
+             packet = connection.read(256))
+            connection.write(packet);
+        connection.close();
+    } catch (const Exception& e) {
+        std::fprintf(stderr, "server: %s\n", e.getDescription().c_str());
+    }
+}
+
+// The one place that starts a thread.
+template <typename Body>
+std::thread startThread(Body body)
+{
+    return std::thread(body);
+}
+
+std::string readInput(int argc, char** argv)
+{
+    if (argc < 2)
+        return sample;
+    std::ostringstream text;
+    if (std::string(argv[1]) == "-") {
+        text << std::cin.rdbuf();
+    } else {
+        std::ifstream file(argv[1], std::ios::binary);
+        if (!file)
+            throw std::runtime_error(std::string("cannot read ") + argv[1]);
+        text << file.rdbuf();
+    }
+    return text.str();
+}
+
+// A server that still waits for its client ends with the process.
+int fail(std::thread& server)
+{
+    if (server.joinable())
+        server.detach();
+    return 1;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const std::filesystem::path logDirectory =
+        std::filesystem::temp_directory_path() / "corvo-tcp-echo";
+    std::filesystem::create_directories(logDirectory);
+    Vesk::Zim::LogToRollingFilePolicy logFiles(logDirectory.string(), "tcp-echo-%hu.log", 5,
+                                               1024 * 1024);
+    Logger::getSingleton().addPolicy(logFiles, true);
+
+    std::thread server;
+    try {
+        std::istringstream input(readInput(argc, argv));
+
+        Win32Socket listener;
+        const unsigned short port = listenOnLoopback(listener);
+        server = startThread([&listener] { serveOneClient(listener); });
+
+        Win32Socket client;
+        client.open(SocketAddress("127.0.0.1", port), TCP);
+        client.connect();
+        std::printf("connected to the echo server on 127.0.0.1:%u\n", port);
+
+        std::string line;
+        while (std::getline(input, line)) {
+            // Bad bytes become U+FFFD before the text goes out.
+            const Utf8String text(line);
+            const std::string bytes(text.c_str(), text.bytes());
+            Logger::getSingleton().log(Vesk::Zim::LogInfo, "tcp-echo",
+                                       "sending " + numberToString(text.size()) + " code points");
+
+            const auto start = std::chrono::steady_clock::now();
+            client.send(Packet_T<char>(text.bytes(), bytes.data()));
+            const Packet_T<char> echo = client.receive(text.bytes());
+            const std::chrono::duration<double, std::milli> took = std::chrono::steady_clock::now() - start;
+
+            const std::string back(echo.m_buffer, echo.m_size);
+            std::printf("%8.3f ms  %3u code points%s  %s\n", took.count(), text.size(),
+                        isValidUtf8(line.data(), static_cast<unsigned>(line.size())) ? "" : " (repaired)",
+                        back.c_str());
+        }
+
+        client.close();
+        server.join();
+        listener.close();
+    } catch (const Exception& e) {
+        std::fprintf(stderr, "%s\n", e.getDescription().c_str());
+        return fail(server);
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "%s\n", e.what());
+        return fail(server);
+    }
+    Logger::getSingleton().disablePolicy(logFiles.getName());
+    std::printf("log records are in %s\n", logDirectory.string().c_str());
+    return 0;
+}
