@@ -1,6 +1,7 @@
 // LogPolicy and the console and file policies.
 #include "ZimLogPolicy.h"
 
+#include "ZimLineBuffer.h"
 #include "ZimLogLine.h"
 
 #include <iostream>
@@ -10,9 +11,26 @@ namespace Zim {
 
 namespace {
 
+// Thread number, " - ", head and text, each up to its first NUL, and the
+// line end, written and flushed as one piece.
 void writeLine(std::ostream& stream, const std::string& head, const std::string& text)
 {
-    stream << (LogLine::threadNumber() + " - ").c_str() << head.c_str() << text.c_str() << std::endl;
+    LogLine::ReusedBuffer buffer(LogLine::ReusedBuffer::Line);
+    std::string& line = buffer.text();
+    LogLine::appendThreadColumn(line);
+    LogLine::appendTerminated(line, head);
+    LogLine::appendTerminated(line, text);
+    LogLine::finishLine(stream, line);
+}
+
+void writeLine(std::ostream& stream, const std::string& head, const std::wstring& text)
+{
+    LogLine::ReusedBuffer buffer(LogLine::ReusedBuffer::Line);
+    std::string& line = buffer.text();
+    LogLine::appendThreadColumn(line);
+    LogLine::appendTerminated(line, head);
+    line += LogLine::wideToUtf8(text);
+    LogLine::finishLine(stream, line);
 }
 
 } // namespace
@@ -40,7 +58,7 @@ LogToConsolePolicy::~LogToConsolePolicy() {}
 // Logger has written bytes to it already.
 void LogToConsolePolicy::log(const std::string& head, const std::wstring& text)
 {
-    writeLine(std::cout, head, LogLine::wideToUtf8(text));
+    writeLine(std::cout, head, text);
 }
 
 void LogToConsolePolicy::log(const std::string& head, const std::string& text)
@@ -52,15 +70,16 @@ void LogToConsolePolicy::log(const std::string& head, const std::string& text)
 // created, and a file that cannot be opened leaves the stream failed, so
 // that every record is dropped without a report.
 LogToFilePolicy::LogToFilePolicy(const std::string& fileName)
-    : LogPolicy("file"), m_fileName(fileName), m_stream(fileName.c_str(), std::ios_base::out | std::ios_base::app)
+    : LogPolicy("file"), m_fileName(fileName)
 {
+    LogLine::openUnbuffered(m_stream, fileName);
 }
 
 LogToFilePolicy::~LogToFilePolicy() {}
 
 void LogToFilePolicy::log(const std::string& head, const std::wstring& text)
 {
-    writeLine(m_stream, head, LogLine::wideToUtf8(text));
+    writeLine(m_stream, head, text);
 }
 
 void LogToFilePolicy::log(const std::string& head, const std::string& text)
