@@ -133,6 +133,7 @@ TEST(Utf8StringEditRefusals, InvalidCodePoints)
     Utf8String s(text);
     const std::string invalid = "Invalid code point";
     EXPECT_TRUE(refusedUnchanged<utf8::invalid_code_point>(s, [](Utf8String& t) { t.push_back(0x110000ul); }, invalid));
+    EXPECT_TRUE(refusedUnchanged<utf8::invalid_code_point>(s, [](Utf8String& t) { t.push_back(0xDC00ul); }, invalid));
     EXPECT_TRUE(refusedUnchanged<utf8::invalid_code_point>(s, [](Utf8String& t) { t += 0xD800ul; }, invalid));
     EXPECT_TRUE(refusedUnchanged<utf8::invalid_code_point>(s, [](Utf8String& t) { t.append(3u, 0xDFFFul); }, invalid));
     EXPECT_TRUE(refusedUnchanged<utf8::invalid_code_point>(s, [](Utf8String& t) { t.assign(2u, 0xD800ul); }, invalid));
