@@ -70,18 +70,28 @@ void appendThreadColumn(std::string& line)
     line += " - ";
 }
 
+namespace {
+
 // Straight to the stream buffer, as write and flush would do it, without
 // their guards: the streams here are tied to none.
-void finishLine(std::ostream& stream, std::string& line)
+void writeWhole(std::ostream& stream, std::string& line, bool flush)
 {
     line += '\n';
     if (!stream.good())
         return;
     std::streambuf* const buffer = stream.rdbuf();
     const std::streamsize size = static_cast<std::streamsize>(line.size());
-    if (buffer->sputn(line.data(), size) != size || buffer->pubsync() == -1)
+    if (buffer->sputn(line.data(), size) != size || (flush && buffer->pubsync() == -1))
         stream.setstate(std::ios_base::badbit);
 }
+
+} // namespace
+
+void finishLine(std::ostream& stream, std::string& line) { writeWhole(stream, line, true); }
+
+// An unbuffered file buffer hands the line to the system at once: there is
+// nothing left to flush.
+void finishFileLine(std::ofstream& stream, std::string& line) { writeWhole(stream, line, false); }
 
 void openUnbuffered(std::ofstream& stream, const std::string& path)
 {

@@ -56,6 +56,9 @@ void finishLine(std::ostream& stream, std::string& line);
 // in the stream: each line goes to the system as it is handed over.
 void openUnbuffered(std::ofstream& stream, const std::string& path);
 
+// finishLine for a stream opened with openUnbuffered, which needs no flush.
+void finishFileLine(std::ofstream& stream, std::string& line);
+
 } // namespace LogLine
 } // namespace Zim
 } // namespace Vesk

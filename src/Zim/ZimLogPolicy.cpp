@@ -11,26 +11,38 @@ namespace Zim {
 
 namespace {
 
-// Thread number, " - ", head and text, each up to its first NUL, and the
-// line end, written and flushed as one piece.
-void writeLine(std::ostream& stream, const std::string& head, const std::string& text)
+// Thread number, " - ", head and text, each up to its first NUL; the line
+// end comes with the write.
+std::string& buildLine(LogLine::ReusedBuffer& buffer, const std::string& head, const std::string& text)
 {
-    LogLine::ReusedBuffer buffer(LogLine::ReusedBuffer::Line);
     std::string& line = buffer.text();
     LogLine::appendThreadColumn(line);
     LogLine::appendTerminated(line, head);
     LogLine::appendTerminated(line, text);
-    LogLine::finishLine(stream, line);
+    return line;
 }
 
-void writeLine(std::ostream& stream, const std::string& head, const std::wstring& text)
+std::string& buildLine(LogLine::ReusedBuffer& buffer, const std::string& head, const std::wstring& text)
 {
-    LogLine::ReusedBuffer buffer(LogLine::ReusedBuffer::Line);
     std::string& line = buffer.text();
     LogLine::appendThreadColumn(line);
     LogLine::appendTerminated(line, head);
     line += LogLine::wideToUtf8(text);
-    LogLine::finishLine(stream, line);
+    return line;
+}
+
+template <class Text>
+void writeToConsole(const std::string& head, const Text& text)
+{
+    LogLine::ReusedBuffer buffer(LogLine::ReusedBuffer::Line);
+    LogLine::finishLine(std::cout, buildLine(buffer, head, text));
+}
+
+template <class Text>
+void writeToFile(std::ofstream& stream, const std::string& head, const Text& text)
+{
+    LogLine::ReusedBuffer buffer(LogLine::ReusedBuffer::Line);
+    LogLine::finishFileLine(stream, buildLine(buffer, head, text));
 }
 
 } // namespace
@@ -58,12 +70,12 @@ LogToConsolePolicy::~LogToConsolePolicy() {}
 // Logger has written bytes to it already.
 void LogToConsolePolicy::log(const std::string& head, const std::wstring& text)
 {
-    writeLine(std::cout, head, text);
+    writeToConsole(head, text);
 }
 
 void LogToConsolePolicy::log(const std::string& head, const std::string& text)
 {
-    writeLine(std::cout, head, text);
+    writeToConsole(head, text);
 }
 
 // Opened for appending, shared with other writers; the directory is not
@@ -79,12 +91,12 @@ LogToFilePolicy::~LogToFilePolicy() {}
 
 void LogToFilePolicy::log(const std::string& head, const std::wstring& text)
 {
-    writeLine(m_stream, head, text);
+    writeToFile(m_stream, head, text);
 }
 
 void LogToFilePolicy::log(const std::string& head, const std::string& text)
 {
-    writeLine(m_stream, head, text);
+    writeToFile(m_stream, head, text);
 }
 
 } // namespace Zim

@@ -126,7 +126,7 @@ void LogToRollingFilePolicy::writeRecord(const std::string& head, const std::str
     const std::size_t startLength = line.size();
     LogLine::appendTerminated(line, head);
     LogLine::appendTerminated(line, bytes);
-    LogLine::finishLine(m_stream, line);
+    LogLine::finishFileLine(m_stream, line);
     m_currentSize += startLength + head.length() + textLength;
     checkAndRoll();
 }
