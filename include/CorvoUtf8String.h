@@ -6,6 +6,7 @@
 #include "CorvoExport.h"
 
 #include <iosfwd>
+#include <iterator>
 #include <string>
 
 #include <utf8.h>
@@ -63,10 +64,11 @@ public:
     const char* asUtf8() const;
     unsigned int copy(char* dest, unsigned int n, unsigned int pos = 0) const;
 
-    iterator begin();
-    iterator end();
-    const_iterator begin() const;
-    const_iterator end() const;
+    // Inline, so that a loop sees that both ends share one range.
+    iterator begin() { return iterator(m_utf8->begin(), m_utf8->begin(), m_utf8->end()); }
+    iterator end() { return iterator(m_utf8->end(), m_utf8->begin(), m_utf8->end()); }
+    const_iterator begin() const { return const_iterator(m_utf8->cbegin(), m_utf8->cbegin(), m_utf8->cend()); }
+    const_iterator end() const { return const_iterator(m_utf8->cend(), m_utf8->cbegin(), m_utf8->cend()); }
 
     // UTF-16 units, one per wchar_t whatever the width of wchar_t, and
     // UTF-32. The pointer shows the text as it was at the call and stays
@@ -94,7 +96,16 @@ public:
     Utf8String& operator+=(const Utf8String& str);
     Utf8String& operator+=(const char* s);
     Utf8String& operator+=(unsigned long codePoint);
-    void push_back(unsigned long codePoint);
+    // Inline, so that a loop that builds a text pays no call per code point.
+    // A code point beyond U+10FFFF, or a text near its largest size, takes
+    // the checked way of append(1, codePoint); utfcpp refuses a surrogate.
+    void push_back(unsigned long codePoint)
+    {
+        if (codePoint <= 0x10FFFF && m_utf8->size() <= 0xFFFFFFFAu)
+            utf8::append(static_cast<utf8::uint32_t>(codePoint), std::back_inserter(*m_utf8));
+        else
+            append(1, codePoint);
+    }
 
     Utf8String& assign(const Utf8String& str);
     Utf8String& assign(const Utf8String& str, unsigned int pos, unsigned int n);

@@ -474,26 +474,6 @@ unsigned int Utf8String::copy(char* dest, unsigned int n, unsigned int pos) cons
 // ---------------------------------------------------------------------------
 // Iteration and encodings
 
-Utf8String::iterator Utf8String::begin()
-{
-    return iterator(m_utf8->begin(), m_utf8->begin(), m_utf8->end());
-}
-
-Utf8String::iterator Utf8String::end()
-{
-    return iterator(m_utf8->end(), m_utf8->begin(), m_utf8->end());
-}
-
-Utf8String::const_iterator Utf8String::begin() const
-{
-    return const_iterator(m_utf8->cbegin(), m_utf8->cbegin(), m_utf8->cend());
-}
-
-Utf8String::const_iterator Utf8String::end() const
-{
-    return const_iterator(m_utf8->cend(), m_utf8->cbegin(), m_utf8->cend());
-}
-
 const wchar_t* Utf8String::asUtf16() const
 {
     m_utf16->clear();
@@ -611,8 +591,6 @@ Utf8String& Utf8String::operator+=(const Utf8String& str) { return append(str); 
 Utf8String& Utf8String::operator+=(const char* s) { return append(s); }
 
 Utf8String& Utf8String::operator+=(unsigned long codePoint) { return append(1, codePoint); }
-
-void Utf8String::push_back(unsigned long codePoint) { append(1, codePoint); }
 
 Utf8String& Utf8String::assign(const Utf8String& str) { return *this = str; }
 

@@ -211,6 +211,58 @@ TEST(Logger, PoliciesMayLogAgainAndAThrowFreesTheLock)
     logger().disablePolicy("echo");
 }
 
+namespace {
+
+// Logs again from its first record and notes the head it holds before and
+// after: the inner record must not write over the outer one's head.
+class HeadKeepingPolicy : public LogPolicy
+{
+public:
+    HeadKeepingPolicy() : LogPolicy("head-keeping") {}
+    void log(const std::string&, const std::wstring&) override {}
+    void log(const std::string& head, const std::string& text) override
+    {
+        const std::string before = head;
+        if (text == "outer")
+            logger().log(LogError, "inner-tag", "inner");
+        heads.push_back(before == head ? head : "changed: " + head);
+    }
+    std::vector<std::string> heads;
+};
+
+} // namespace
+
+TEST(Logger, AnInnerRecordLeavesTheOuterHeadAlone)
+{
+    logger().setLogFilterLevel(LogDebug);
+    HeadKeepingPolicy policy;
+    logger().addPolicy(policy, true);
+    logger().log(LogWarning, "outer-tag", "outer");
+    logger().disablePolicy("head-keeping");
+    ASSERT_EQ(policy.heads.size(), 2u);
+    EXPECT_TRUE(std::regex_match(policy.heads[0],
+                                 std::regex(std::string(timePattern) + " \\[\\[ERROR\\]inner-tag\\] ")));
+    EXPECT_TRUE(std::regex_match(policy.heads[1],
+                                 std::regex(std::string(timePattern) + " \\[\\[WARNING\\]outer-tag\\] ")));
+}
+
+// A record far longer than any buffer arrives whole, and the short one after
+// it too.
+TEST(LogToFilePolicy, LongRecordsAreWrittenWhole)
+{
+    const std::string path = "corvo-long-record.log";
+    std::remove(path.c_str());
+    const std::string longText(300000, 'L');
+    {
+        LogToFilePolicy file(path);
+        file.log("h ", longText);
+        file.log("h ", std::string("short"));
+    }
+    const std::string column = threadNumber() + " - h ";
+    EXPECT_EQ(readLines(path), (std::vector<std::string>{column + longText, column + "short"}));
+    std::remove(path.c_str());
+}
+
 TEST(LogToFilePolicy, AppendsFlushedLinesAndWritesWideTextAsUtf8)
 {
     const std::string path = "corvo-file-policy.log";

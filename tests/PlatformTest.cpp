@@ -13,6 +13,11 @@
 #include <set>
 #include <string>
 
+#if !defined(_WIN32)
+#include <sys/wait.h>
+#include <unistd.h>
+#endif
+
 namespace {
 
 int formatNarrow(char* buffer, std::size_t count, const char* format, ...)
@@ -102,6 +107,29 @@ TEST(Platform, ThreadIdsAreStablePerThreadAndDistinct)
     EXPECT_EQ(GetCurrentThreadId(), mine);
     EXPECT_NE(std::async(std::launch::async, [] { return GetCurrentThreadId(); }).get(), mine);
 }
+
+#if !defined(_WIN32)
+// The number is kept per thread: a forked child, a new thread, must not go
+// on with its parent's.
+TEST(Platform, ForkedChildHasAThreadIdOfItsOwn)
+{
+    const DWORD parent = GetCurrentThreadId();
+    int pipeEnds[2];
+    ASSERT_EQ(pipe(pipeEnds), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        const DWORD ids[2] = {GetCurrentThreadId(), static_cast<DWORD>(gettid())};
+        _exit(write(pipeEnds[1], ids, sizeof ids) == sizeof ids ? 0 : 1);
+    }
+    DWORD ids[2] = {};
+    EXPECT_EQ(read(pipeEnds[0], ids, sizeof ids), static_cast<ssize_t>(sizeof ids));
+    waitpid(child, nullptr, 0);
+    close(pipeEnds[0]);
+    close(pipeEnds[1]);
+    EXPECT_NE(ids[0], parent);
+    EXPECT_EQ(ids[0], ids[1]);
+}
+#endif
 
 TEST(Platform, NarrowFormattingFillsTheCountWithoutTerminatorWhenCut)
 {

@@ -8,9 +8,6 @@ namespace Vesk {
 namespace Zim {
 namespace LogLine {
 
-// The calling thread's number in decimal: the first column of every line.
-std::string threadNumber();
-
 // Wide text as UTF-8, up to its first NUL, by the rule of appendUtf8
 // (CorvoWideText.h): what is not UTF-16 becomes U+FFFD.
 std::string wideToUtf8(const std::wstring& text);

@@ -1,6 +1,7 @@
 // LogPolicy and the console and file policies.
 #include "ZimLogPolicy.h"
 
+#include "ZimLineBuffer.h"
 #include "ZimLogLine.h"
 
 #include <iostream>
@@ -10,9 +11,38 @@ namespace Zim {
 
 namespace {
 
-void writeLine(std::ostream& stream, const std::string& head, const std::string& text)
+// Thread number, " - ", head and text, each up to its first NUL; the line
+// end comes with the write.
+std::string& buildLine(LogLine::ReusedBuffer& buffer, const std::string& head, const std::string& text)
 {
-    stream << (LogLine::threadNumber() + " - ").c_str() << head.c_str() << text.c_str() << std::endl;
+    std::string& line = buffer.text();
+    LogLine::appendThreadColumn(line);
+    LogLine::appendTerminated(line, head);
+    LogLine::appendTerminated(line, text);
+    return line;
+}
+
+std::string& buildLine(LogLine::ReusedBuffer& buffer, const std::string& head, const std::wstring& text)
+{
+    std::string& line = buffer.text();
+    LogLine::appendThreadColumn(line);
+    LogLine::appendTerminated(line, head);
+    line += LogLine::wideToUtf8(text);
+    return line;
+}
+
+template <class Text>
+void writeToConsole(const std::string& head, const Text& text)
+{
+    LogLine::ReusedBuffer buffer(LogLine::ReusedBuffer::Line);
+    LogLine::finishLine(std::cout, buildLine(buffer, head, text));
+}
+
+template <class Text>
+void writeToFile(std::ofstream& stream, const std::string& head, const Text& text)
+{
+    LogLine::ReusedBuffer buffer(LogLine::ReusedBuffer::Line);
+    LogLine::finishFileLine(stream, buildLine(buffer, head, text));
 }
 
 } // namespace
@@ -40,32 +70,33 @@ LogToConsolePolicy::~LogToConsolePolicy() {}
 // Logger has written bytes to it already.
 void LogToConsolePolicy::log(const std::string& head, const std::wstring& text)
 {
-    writeLine(std::cout, head, LogLine::wideToUtf8(text));
+    writeToConsole(head, text);
 }
 
 void LogToConsolePolicy::log(const std::string& head, const std::string& text)
 {
-    writeLine(std::cout, head, text);
+    writeToConsole(head, text);
 }
 
 // Opened for appending, shared with other writers; the directory is not
 // created, and a file that cannot be opened leaves the stream failed, so
 // that every record is dropped without a report.
 LogToFilePolicy::LogToFilePolicy(const std::string& fileName)
-    : LogPolicy("file"), m_fileName(fileName), m_stream(fileName.c_str(), std::ios_base::out | std::ios_base::app)
+    : LogPolicy("file"), m_fileName(fileName)
 {
+    LogLine::openUnbuffered(m_stream, fileName);
 }
 
 LogToFilePolicy::~LogToFilePolicy() {}
 
 void LogToFilePolicy::log(const std::string& head, const std::wstring& text)
 {
-    writeLine(m_stream, head, LogLine::wideToUtf8(text));
+    writeToFile(m_stream, head, text);
 }
 
 void LogToFilePolicy::log(const std::string& head, const std::string& text)
 {
-    writeLine(m_stream, head, text);
+    writeToFile(m_stream, head, text);
 }
 
 } // namespace Zim

@@ -3,11 +3,11 @@
 #include "ZimLogToRollingFilePolicy.h"
 
 #include "CorvoPlatform.h"
+#include "ZimLineBuffer.h"
 #include "ZimLogLine.h"
 
 #include <algorithm>
 #include <cstdio>
-#include <sstream>
 #include <vector>
 
 namespace Vesk {
@@ -101,7 +101,7 @@ void LogToRollingFilePolicy::createFileName(std::string& path)
 void LogToRollingFilePolicy::openCurrentFile()
 {
     m_currentSize = 0;
-    m_stream.open(m_currentFile.c_str(), std::ios_base::out | std::ios_base::app);
+    LogLine::openUnbuffered(m_stream, m_currentFile);
 }
 
 void LogToRollingFilePolicy::log(const std::string& head, const std::wstring& text)
@@ -120,11 +120,16 @@ void LogToRollingFilePolicy::log(const std::string& head, const std::string& tex
 void LogToRollingFilePolicy::writeRecord(const std::string& head, const std::string& bytes,
                                          std::size_t textLength)
 {
-    std::ostringstream start;
-    start << LogLine::threadNumber() << " - " << m_recordCount++ << " - ";
-    const std::string lineStart = start.str();
-    m_stream << lineStart.c_str() << head.c_str() << bytes.c_str() << std::endl;
-    m_currentSize += lineStart.length() + head.length() + textLength;
+    LogLine::ReusedBuffer buffer(LogLine::ReusedBuffer::Line);
+    std::string& line = buffer.text();
+    LogLine::appendThreadColumn(line);
+    LogLine::appendDecimal(line, m_recordCount++);
+    line += " - ";
+    const std::size_t startLength = line.size();
+    LogLine::appendTerminated(line, head);
+    LogLine::appendTerminated(line, bytes);
+    LogLine::finishFileLine(m_stream, line);
+    m_currentSize += startLength + head.length() + textLength;
     checkAndRoll();
 }
 

@@ -4,6 +4,7 @@
 #include "CorvoPlatform.h"
 #include "CorvoRaise.h"
 #include "ZimException.h"
+#include "ZimLineBuffer.h"
 
 #include <cstdarg>
 #include <ctime>
@@ -34,6 +35,36 @@ std::wstring formatted(const wchar_t* format, va_list args)
     wchar_t buffer[formatBufferSize] = {};
     _vswprintf_c_l(buffer, formatBufferSize - 1, format, nullptr, args);
     return buffer;
+}
+
+// The time text of a record, formatted anew only when the second changes.
+struct TimeText
+{
+    __time64_t second = -1;
+    char text[20] = {};
+};
+
+thread_local TimeText threadTime;
+
+void appendTime(std::string& out)
+{
+    TimeText& cache = threadTime;
+    const __time64_t now = _time64(nullptr);
+    if (now != cache.second) {
+        const struct tm* local = _localtime64(&now);
+        if (!local || std::strftime(cache.text, sizeof cache.text, "%Y/%m/%d %H:%M:%S", local) == 0)
+            cache.text[0] = '\0';
+        cache.second = now;
+    }
+    out += cache.text;
+}
+
+// The level text of a level that has none, and of the tracer's records,
+// whose tag carries the level already.
+const std::string& noLevel()
+{
+    static const std::string none;
+    return none;
 }
 
 } // namespace
@@ -87,7 +118,7 @@ void Logger::logRecord(LogLevel level, const std::string& tag, const Text& text)
     if (level < m_filterLevel)
         return;
     const std::map<LogLevel, std::string>::const_iterator name = m_levelNames.find(level);
-    output((name == m_levelNames.end() ? std::string() : name->second) + tag, text);
+    writeToPolicies(name == m_levelNames.end() ? noLevel() : name->second, tag, text);
 }
 
 void Logger::log(LogLevel level, const std::string& tag, const std::string& text)
@@ -122,23 +153,33 @@ void Logger::logTagf(LogLevel level, const std::string& tag, const wchar_t* form
     logRecord(level, tag, text);
 }
 
-// The time is read anew for each policy.
+// The head is "<time> [<level><tag>] ", the level text and the tag joined;
+// the time is read anew for each policy.
 template <class Text>
-void Logger::writeToPolicies(const std::string& levelAndTag, const Text& text)
+void Logger::writeToPolicies(const std::string& level, const std::string& tag, const Text& text)
 {
     CriticalSectionGuard guard(m_lock);
-    for (const std::map<std::string, LogPolicy*>::value_type& entry : m_enabledPolicies)
-        entry.second->log(_time() + " [" + levelAndTag + "] ", text);
+    LogLine::ReusedBuffer buffer(LogLine::ReusedBuffer::Head);
+    std::string& head = buffer.text();
+    for (const std::map<std::string, LogPolicy*>::value_type& entry : m_enabledPolicies) {
+        head.clear();
+        appendTime(head);
+        head += " [";
+        head += level;
+        head += tag;
+        head += "] ";
+        entry.second->log(head, text);
+    }
 }
 
 void Logger::output(const std::string& levelAndTag, const std::string& text)
 {
-    writeToPolicies(levelAndTag, text);
+    writeToPolicies(noLevel(), levelAndTag, text);
 }
 
 void Logger::output(const std::string& levelAndTag, const std::wstring& text)
 {
-    writeToPolicies(levelAndTag, text);
+    writeToPolicies(noLevel(), levelAndTag, text);
 }
 
 template <class Text>
@@ -173,9 +214,8 @@ void Logger::logf(const wchar_t* format, ...)
 
 std::string Logger::_time()
 {
-    const __time64_t now = _time64(nullptr);
-    char text[20] = {};
-    std::strftime(text, sizeof text, "%Y/%m/%d %H:%M:%S", _localtime64(&now));
+    std::string text;
+    appendTime(text);
     return text;
 }
 
