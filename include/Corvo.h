@@ -25,5 +25,10 @@
 #include "ZimLogger.h"
 #include "ZimStackTracer.h"
 #include "ZimUnitTestSuite.h"
+#include "CorvoPacket.h"
+#include "CorvoStream.h"
+#include "CorvoSocketAddress.h"
+#include "CorvoSocketErrorDictionary.h"
+#include "CorvoSocket.h"
 
 #endif

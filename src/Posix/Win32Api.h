@@ -12,5 +12,6 @@
 #include "Win32Runtime.h"
 #include "Win32Sync.h"
 #include "Win32Thread.h"
+#include "Win32Socket.h"
 
 #endif

@@ -1,0 +1,83 @@
+// Packet_T: a block of bytes that owns its memory, the unit that every
+// stream of the library reads and writes. Copies are deep; an empty packet
+// holds no allocation.
+#ifndef CORVO_PACKET_H
+#define CORVO_PACKET_H
+
+#include "CorvoExport.h"
+
+#include <cstring>
+
+namespace Vesk {
+namespace Corvo {
+
+namespace detail {
+
+// Throws Exception with the reason, the file, the qualified name of the
+// function that __PRETTY_FUNCTION__ spells out, and the line.
+[[noreturn]] CORVO_API void raisePacketFailure(const char* reason, const char* file,
+                                               const char* prettyFunction, int line);
+
+} // namespace detail
+
+// The file is named as in the library's own reports, wherever this header
+// was included from.
+#define CORVO_PACKET_RAISE(reason) \
+    ::Vesk::Corvo::detail::raisePacketFailure((reason), "include/CorvoPacket.h", __PRETTY_FUNCTION__, __LINE__)
+
+template <typename T>
+class Packet_T
+{
+public:
+    // Size first. A size of 0 makes an empty packet whatever the pointer.
+    Packet_T(unsigned int size, const T* buffer) : m_size(0), m_buffer(nullptr)
+    {
+        if (size != 0 && buffer == nullptr)
+            CORVO_PACKET_RAISE("Input buffer pointing to nullptr");
+        copyFrom(size, buffer);
+    }
+
+    Packet_T(const Packet_T<T>& other) : m_size(0), m_buffer(nullptr)
+    {
+        if (other.m_size != 0 && other.m_buffer == nullptr)
+            CORVO_PACKET_RAISE("Input buffer pointing to nullptr and size != 0!");
+        copyFrom(other.m_size, other.m_buffer);
+    }
+
+    // A failed assignment leaves this packet as it was.
+    Packet_T<T>& operator=(const Packet_T<T>& other)
+    {
+        if (other.m_size != 0 && other.m_buffer == nullptr)
+            CORVO_PACKET_RAISE("Input buffer pointing to nullptr and size != 0!");
+        if (this == &other)
+            return *this;
+        delete[] m_buffer;
+        m_buffer = nullptr;
+        m_size = 0;
+        copyFrom(other.m_size, other.m_buffer);
+        return *this;
+    }
+
+    ~Packet_T() { delete[] m_buffer; }
+
+    // Read directly by the streams of the library.
+    unsigned int m_size;
+    T* m_buffer;
+
+private:
+    void copyFrom(unsigned int size, const T* buffer)
+    {
+        if (size == 0)
+            return;
+        m_buffer = new T[size];
+        std::memcpy(m_buffer, buffer, size * sizeof(T));
+        m_size = size;
+    }
+};
+
+#undef CORVO_PACKET_RAISE
+
+} // namespace Corvo
+} // namespace Vesk
+
+#endif

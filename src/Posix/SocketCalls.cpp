@@ -1,0 +1,207 @@
+// The POSIX socket calls behind the layer's WinSock, and the one mapping
+// from errno to WinSock codes. Only generic POSIX code here, apart from the
+// Linux flags for close-on-exec descriptors and for sends without SIGPIPE.
+#include "SocketCalls.h"
+
+#include "PosixSupport.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <climits>
+
+namespace Vesk {
+namespace Corvo {
+namespace Posix {
+
+namespace {
+
+const int notSocket = 10038; // WSAENOTSOCK
+const int badAddress = 10014; // WSAEFAULT
+const SocketValue invalidSocket = ~static_cast<SocketValue>(0);
+
+template <typename Result>
+Result failFromSocketErrno(Result failure)
+{
+    SetLastError(static_cast<DWORD>(winsockErrorFor(errno)));
+    return failure;
+}
+
+template <typename Result>
+Result failWith(int code, Result failure)
+{
+    SetLastError(static_cast<DWORD>(code));
+    return failure;
+}
+
+// The descriptor of a SOCKET value, or -1 for a value no descriptor has.
+int descriptorOf(SocketValue s) { return s > static_cast<SocketValue>(INT_MAX) ? -1 : static_cast<int>(s); }
+
+bool isSocket(int fd)
+{
+    struct stat status;
+    return fd >= 0 && fstat(fd, &status) == 0 && S_ISSOCK(status.st_mode);
+}
+
+} // namespace
+
+int winsockErrorFor(int error)
+{
+    struct Mapping
+    {
+        int error;
+        int code;
+    };
+    static const Mapping table[] = {
+        {EINTR, 10004},           {EBADF, 10038},           {ENOTSOCK, 10038},
+        {EACCES, 10013},          {EPERM, 10013},           {EFAULT, 10014},
+        {EINVAL, 10022},          {EMFILE, 10024},          {ENFILE, 10024},
+        {EWOULDBLOCK, 10035},     {EAGAIN, 10035},          {EINPROGRESS, 10036},
+        {EALREADY, 10037},        {EDESTADDRREQ, 10039},    {EMSGSIZE, 10040},
+        {EPROTOTYPE, 10041},      {ENOPROTOOPT, 10042},     {EPROTONOSUPPORT, 10043},
+        {ESOCKTNOSUPPORT, 10044}, {EOPNOTSUPP, 10045},      {EPFNOSUPPORT, 10046},
+        {EAFNOSUPPORT, 10047},    {EADDRINUSE, 10048},      {EADDRNOTAVAIL, 10049},
+        {ENETDOWN, 10050},        {ENETUNREACH, 10051},     {ENETRESET, 10052},
+        {ECONNABORTED, 10053},    {ECONNRESET, 10054},      {EPIPE, 10054},
+        {ENOBUFS, 10055},         {ENOMEM, 10055},          {EISCONN, 10056},
+        {ENOTCONN, 10057},        {ESHUTDOWN, 10058},       {ETOOMANYREFS, 10059},
+        {ETIMEDOUT, 10060},       {ECONNREFUSED, 10061},    {ELOOP, 10062},
+        {ENAMETOOLONG, 10063},    {EHOSTDOWN, 10064},       {EHOSTUNREACH, 10065},
+        {ENOTEMPTY, 10066},       {EUSERS, 10068},          {EDQUOT, 10069},
+        {ESTALE, 10070},          {EREMOTE, 10071},
+    };
+    for (const Mapping& mapping : table)
+        if (mapping.error == error)
+            return mapping.code;
+    return 10107; // WSASYSCALLFAILURE
+}
+
+SocketValue openSocket(int family, int type, int protocol)
+{
+    const int fd = ::socket(family, type | SOCK_CLOEXEC, protocol);
+    if (fd < 0)
+        return failFromSocketErrno(invalidSocket);
+    return static_cast<SocketValue>(fd);
+}
+
+int closeSocket(SocketValue s)
+{
+    const int fd = descriptorOf(s);
+    // Another kind of descriptor is no socket to close, as on Windows.
+    if (!isSocket(fd))
+        return failWith(notSocket, -1);
+    // Linux releases the descriptor even when close is interrupted.
+    if (::close(fd) != 0 && errno != EINTR)
+        return failFromSocketErrno(-1);
+    return 0;
+}
+
+int shutdownSocket(SocketValue s, int how)
+{
+    if (::shutdown(descriptorOf(s), how) != 0)
+        return failFromSocketErrno(-1);
+    return 0;
+}
+
+int connectSocket(SocketValue s, const void* address, int length)
+{
+    const int fd = descriptorOf(s);
+    if (::connect(fd, static_cast<const sockaddr*>(address), static_cast<socklen_t>(length)) == 0)
+        return 0;
+    if (errno != EINTR)
+        return failFromSocketErrno(-1);
+    // An interrupted connect goes on in the background: wait for its end.
+    pollfd watch = {fd, POLLOUT, 0};
+    if (retryOnInterrupt([&] { return ::poll(&watch, 1, -1); }) < 0)
+        return failFromSocketErrno(-1);
+    int error = 0;
+    socklen_t size = sizeof error;
+    if (getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size) != 0)
+        return failFromSocketErrno(-1);
+    if (error != 0)
+        return failWith(winsockErrorFor(error), -1);
+    return 0;
+}
+
+int bindSocket(SocketValue s, const void* address, int length)
+{
+    if (::bind(descriptorOf(s), static_cast<const sockaddr*>(address), static_cast<socklen_t>(length)) != 0)
+        return failFromSocketErrno(-1);
+    return 0;
+}
+
+int listenSocket(SocketValue s, int backlog)
+{
+    if (::listen(descriptorOf(s), backlog) != 0)
+        return failFromSocketErrno(-1);
+    return 0;
+}
+
+SocketValue acceptSocket(SocketValue s, void* address, int* length)
+{
+    socklen_t size = length != nullptr ? static_cast<socklen_t>(*length) : 0;
+    const int fd = retryOnInterrupt([&] {
+        return ::accept4(descriptorOf(s), static_cast<sockaddr*>(address),
+                         length != nullptr ? &size : nullptr, SOCK_CLOEXEC);
+    });
+    if (fd < 0)
+        return failFromSocketErrno(invalidSocket);
+    if (length != nullptr)
+        *length = static_cast<int>(size);
+    return static_cast<SocketValue>(fd);
+}
+
+int sendSocket(SocketValue s, const char* buffer, int length, int flags, const void* to,
+               int toLength)
+{
+    if (length < 0)
+        return failWith(badAddress, -1);
+    const ssize_t sent = retryOnInterrupt([&] {
+        return ::sendto(descriptorOf(s), buffer, static_cast<std::size_t>(length), flags | MSG_NOSIGNAL,
+                        static_cast<const sockaddr*>(to), static_cast<socklen_t>(toLength));
+    });
+    if (sent < 0)
+        return failFromSocketErrno(-1);
+    return static_cast<int>(sent);
+}
+
+int receiveSocket(SocketValue s, char* buffer, int length, int flags, void* from, int* fromLength)
+{
+    if (length < 0)
+        return failWith(badAddress, -1);
+    socklen_t size = fromLength != nullptr ? static_cast<socklen_t>(*fromLength) : 0;
+    const ssize_t received = retryOnInterrupt([&] {
+        return ::recvfrom(descriptorOf(s), buffer, static_cast<std::size_t>(length), flags,
+                          static_cast<sockaddr*>(from), fromLength != nullptr ? &size : nullptr);
+    });
+    if (received < 0)
+        return failFromSocketErrno(-1);
+    if (fromLength != nullptr)
+        *fromLength = static_cast<int>(size);
+    return static_cast<int>(received);
+}
+
+std::uint32_t parseIPv4(const char* text)
+{
+    in_addr address;
+    if (text == nullptr || inet_aton(text, &address) == 0)
+        return INADDR_NONE;
+    return address.s_addr;
+}
+
+void sleepMilliseconds(std::uint32_t milliseconds)
+{
+    timespec rest = {static_cast<time_t>(milliseconds / 1000),
+                     static_cast<long>(milliseconds % 1000) * 1000000L};
+    while (nanosleep(&rest, &rest) != 0 && errno == EINTR) {
+    }
+}
+
+} // namespace Posix
+} // namespace Corvo
+} // namespace Vesk

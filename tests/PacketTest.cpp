@@ -1,0 +1,157 @@
+// Packets, the stream base through a small derived stream, and the socket
+// value types.
+#include "CorvoPacket.h"
+#include "CorvoSocketAddress.h"
+#include "CorvoStream.h"
+#include "TestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+using namespace Vesk::Corvo;
+using corvo_test::throwsWith;
+
+namespace {
+
+std::string bytesOf(const Packet_T<char>& packet) { return std::string(packet.m_buffer, packet.m_size); }
+
+template <typename F>
+std::string reportOf(F f)
+{
+    try {
+        f();
+    } catch (const Exception& e) {
+        return e.getDescription();
+    }
+    return "no throw";
+}
+
+// Remembers every write and serves reads from a script.
+class ScriptStream : public Stream
+{
+public:
+    void open(const std::string&) override {}
+    void close() override {}
+    void flush() override {}
+    bool isOpen() const override { return true; }
+
+    Stream& write(unsigned int size, char* const buffer) override
+    {
+        writes.push_back(std::string(buffer, size));
+        return *this;
+    }
+    Stream& read(unsigned int size, char* buffer) override
+    {
+        for (unsigned int i = 0; i < size && next < script.size(); ++i)
+            buffer[i] = script[next++];
+        return *this;
+    }
+
+    std::vector<std::string> writes;
+    std::string script;
+    std::size_t next = 0;
+};
+
+} // namespace
+
+TEST(Packet, EmptyPacketsHoldNoBlockWhateverThePointer)
+{
+    const char source[] = "abc";
+    for (const char* pointer : {static_cast<const char*>(nullptr), source}) {
+        Packet_T<char> packet(0, pointer);
+        EXPECT_EQ(packet.m_size, 0u);
+        EXPECT_EQ(packet.m_buffer, nullptr);
+    }
+}
+
+TEST(Packet, CopiesAreDeepAndKeepZeroBytes)
+{
+    const char source[] = {'a', '\0', 'b'};
+    Packet_T<char> original(3, source);
+    Packet_T<char> copy(original);
+    Packet_T<char> assigned(1, "z");
+    assigned = original;
+    original.m_buffer[0] = 'X';
+    EXPECT_EQ(bytesOf(copy), std::string("a\0b", 3));
+    EXPECT_EQ(bytesOf(assigned), std::string("a\0b", 3));
+    EXPECT_NE(copy.m_buffer, original.m_buffer);
+
+    Packet_T<char>& self = assigned;
+    assigned = self;
+    EXPECT_EQ(bytesOf(assigned), std::string("a\0b", 3));
+}
+
+TEST(Packet, NullBuffersAreRefusedWithTheSiteOfTheHeader)
+{
+    EXPECT_TRUE(throwsWith<Exception>([] { Packet_T<char>(5, nullptr); }, "Input buffer pointing to nullptr"));
+    EXPECT_NE(reportOf([] { Packet_T<char>(5, nullptr); })
+                  .find("File:\t  include/CorvoPacket.h\nFunction: Vesk::Corvo::Packet_T<char>::Packet_T\n"),
+              std::string::npos);
+
+    Packet_T<char> broken(0, nullptr);
+    broken.m_size = 4; // a size without a block
+    const std::string reason = "Input buffer pointing to nullptr and size != 0!";
+    EXPECT_TRUE(throwsWith<Exception>([&] { Packet_T<char> copy(broken); }, reason));
+    EXPECT_NE(reportOf([&] { Packet_T<char> copy(broken); }).find("Function: Vesk::Corvo::Packet_T<char>::Packet_T\n"),
+              std::string::npos);
+
+    Packet_T<char> target(2, "ok");
+    EXPECT_TRUE(throwsWith<Exception>([&] { target = broken; }, reason));
+    EXPECT_NE(reportOf([&] { target = broken; }).find("Function: Vesk::Corvo::Packet_T<char>::operator =\n"),
+              std::string::npos);
+    EXPECT_EQ(bytesOf(target), "ok");
+    broken.m_size = 0;
+}
+
+TEST(Stream, InsertionWritesTextThenOneNul)
+{
+    ScriptStream stream;
+    stream << std::string("ab") << std::string() << Packet_T<char>(2, "xy");
+    EXPECT_EQ(stream.writes, (std::vector<std::string>{"ab", std::string(1, '\0'), "", std::string(1, '\0'), "xy"}));
+}
+
+TEST(Stream, ExtractionAppendsUpToTheNul)
+{
+    ScriptStream stream;
+    stream.script = std::string("ab\0cd", 5);
+    std::string text = "x";
+    stream >> text;
+    EXPECT_EQ(text, "xab");
+    stream >> text; // then "cd" and a read that delivers nothing
+    EXPECT_EQ(text, "xabcd");
+}
+
+TEST(Stream, DefaultsDoNothing)
+{
+    ScriptStream stream;
+    Stream& base = stream;
+    for (Stream::StreamStatus status : {Stream::StreamReady, Stream::StreamClosed, Stream::StreamEnd, Stream::StreamFailed})
+        EXPECT_FALSE(base == status);
+    char byte = 'q';
+    EXPECT_EQ(&base.Stream::read(1, &byte), &base);
+    EXPECT_EQ(&base.Stream::write(1, &byte), &base);
+    EXPECT_EQ(byte, 'q');
+}
+
+TEST(IPPacket, BuildsTheBytesThenTheAddressAndCopiesDeeply)
+{
+    EXPECT_EQ(SocketAddress().host, "");
+    EXPECT_EQ(SocketAddress().port, 0);
+    const IPPacket empty(nullptr, 0, SocketAddress("10.1.2.3", 7));
+    EXPECT_EQ(empty.packet.m_buffer, nullptr);
+    EXPECT_EQ(empty.address.host, "10.1.2.3");
+    EXPECT_TRUE(throwsWith<Exception>([] { IPPacket(nullptr, 3, SocketAddress()); },
+                                      "Input buffer pointing to nullptr"));
+
+    IPPacket original("abc", 3, SocketAddress("1.2.3.4", 9));
+    IPPacket copy(original);
+    copy.address.host = "5.6.7.8";
+    copy.packet.m_buffer[0] = 'X';
+    EXPECT_EQ(bytesOf(original.packet), "abc");
+    EXPECT_EQ(original.address.host, "1.2.3.4");
+    original = copy;
+    EXPECT_EQ(bytesOf(original.packet), "Xbc");
+    EXPECT_EQ(original.address.port, 9);
+}

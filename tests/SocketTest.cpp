@@ -1,0 +1,317 @@
+// Sockets on loopback: the class against a peer in another thread, the
+// shared start-up, the error dictionary, and the WinSock calls it relies on.
+#include "CorvoPlatform.h"
+#include "CorvoSocket.h"
+#include "CorvoSocketErrorDictionary.h"
+#include "LogCapture.h"
+#include "TestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <random>
+#include <string>
+#include <thread>
+
+using namespace Vesk::Corvo;
+using corvo_test::reasonOf;
+using corvo_test::throwsWith;
+
+namespace {
+
+const std::string loopback = "127.0.0.1";
+
+std::string bytesOf(const Packet_T<char>& packet) { return std::string(packet.m_buffer, packet.m_size); }
+
+Packet_T<char> packetOf(const std::string& text)
+{
+    return Packet_T<char>(static_cast<unsigned int>(text.size()), text.data());
+}
+
+// Binds an opened socket to a free loopback port and gives the port.
+unsigned short bindFreePort(Win32Socket& socket, Protocol protocol)
+{
+    static std::mt19937 random{std::random_device{}()};
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        const unsigned short port = static_cast<unsigned short>(20000 + random() % 40000);
+        socket.open(SocketAddress(loopback, port), protocol);
+        try {
+            socket.bind();
+            return port;
+        } catch (const TCPStreamException&) {
+            socket.close();
+        }
+    }
+    throw std::runtime_error("no free port");
+}
+
+// A listening server whose one connection is served by `serve` in a thread.
+class Peer
+{
+public:
+    explicit Peer(std::function<void(Win32Socket&)> serve)
+    {
+        port = bindFreePort(m_listener, TCP);
+        m_listener.listen();
+        m_thread = std::thread([this, serve] {
+            Win32Socket connection;
+            m_listener.accept(connection);
+            serve(connection);
+        });
+    }
+    ~Peer()
+    {
+        join();
+        m_listener.close();
+    }
+    void join()
+    {
+        if (m_thread.joinable())
+            m_thread.join();
+    }
+    void connect(Win32Socket& client)
+    {
+        client.open(SocketAddress(loopback, port), TCP);
+        client.connect();
+    }
+
+    unsigned short port;
+
+private:
+    Win32Socket m_listener;
+    std::thread m_thread;
+};
+
+int openDescriptors()
+{
+    int count = 0;
+    for (auto it = std::filesystem::directory_iterator("/proc/self/fd"); it != std::filesystem::directory_iterator(); ++it)
+        ++count;
+    return count;
+}
+
+} // namespace
+
+TEST(Socket, EchoesOverTcp)
+{
+    Peer peer([](Win32Socket& connection) {
+        connection.send(connection.receive(5));
+        connection.write(connection.read(200));
+        connection.close();
+    });
+    Win32Socket client;
+    peer.connect(client);
+    client.send(packetOf("hello"));
+    EXPECT_EQ(bytesOf(client.receive(5)), "hello");
+    EXPECT_TRUE(client.write(packetOf("again")));
+    EXPECT_EQ(bytesOf(client.read(200)), "again");
+    client.close();
+}
+
+TEST(Socket, RefusedConnectCarriesTheDictionaryText)
+{
+    Win32Socket bound; // bound, not listening: nobody accepts
+    const unsigned short port = bindFreePort(bound, TCP);
+    Win32Socket client;
+    client.open(SocketAddress(loopback, port), TCP);
+    EXPECT_TRUE(throwsWith<TCPStreamException>([&] { client.connect(); }, "Can't connect WSAECONNREFUSED [10061]"));
+    try {
+        client.connect();
+    } catch (const Exception& e) {
+        EXPECT_NE(e.getDescription().find("\nFile:\t  src/Win32/Win32Socket.cpp\nFunction: Vesk::Corvo::Win32Socket::connect\n"),
+                  std::string::npos);
+    }
+    client.close();
+    bound.close();
+}
+
+TEST(Socket, PeerClosingEarlyFailsReceiveButEndsRead)
+{
+    for (bool throughRead : {false, true}) {
+        Peer peer([](Win32Socket& connection) {
+            connection.send(packetOf("abc"));
+            connection.close();
+        });
+        Win32Socket client;
+        peer.connect(client);
+        peer.join();
+        if (throughRead) {
+            EXPECT_EQ(bytesOf(client.read(10)), "abc");
+            EXPECT_EQ(client.read(10).m_size, 0u);
+        } else {
+            try {
+                client.receive(10);
+                ADD_FAILURE() << "no throw";
+            } catch (const SocketException& e) {
+                EXPECT_EQ(reasonOf(e).rfind("Connection closed by peer ", 0), 0u) << reasonOf(e);
+            }
+        }
+        client.close();
+    }
+}
+
+TEST(Socket, PeerResetFailsTheTransfer)
+{
+    // Closing with unread bytes resets the connection.
+    Peer peer([](Win32Socket& connection) {
+        connection.read(1);
+        connection.close();
+    });
+    Win32Socket client;
+    peer.connect(client);
+    client.send(packetOf("xyz"));
+    peer.join();
+    const std::string block(1 << 20, 'b');
+    EXPECT_TRUE(throwsWith<SocketException>([&] { client.send(packetOf(block)); },
+                                            "Error writing on Socket WSAECONNRESET [10054]"));
+    client.close();
+}
+
+TEST(Socket, WritingToAGonePeerThrowsAndRaisesNoSignal)
+{
+    Peer peer([](Win32Socket& connection) { connection.close(); });
+    Win32Socket client;
+    peer.connect(client);
+    peer.join();
+    int failures = 0;
+    for (int i = 0; i < 50 && failures < 3; ++i) {
+        try {
+            client.write(packetOf("data"));
+        } catch (const TCPStreamException& e) {
+            EXPECT_EQ(reasonOf(e).rfind("Error writing to socket WSAE", 0), 0u) << reasonOf(e);
+            ++failures;
+        }
+    }
+    EXPECT_EQ(failures, 3);
+    try {
+        client.send(packetOf("x"));
+        ADD_FAILURE() << "no throw";
+    } catch (const SocketException& e) {
+        EXPECT_EQ(reasonOf(e).rfind("Error writing on Socket WSAE", 0), 0u) << reasonOf(e);
+    }
+    client.close();
+}
+
+TEST(Socket, UdpReadAnswersTheSenderAndLogs)
+{
+    corvo_test::Recorder recorder("socket-udp");
+    Win32Socket server;
+    const unsigned short port = bindFreePort(server, UDP);
+    Win32Socket client;
+    client.open(SocketAddress(loopback, port), UDP);
+    recorder.records.clear();
+    client.write(packetOf("ping"));
+    EXPECT_EQ(bytesOf(server.read(256)), "ping");
+    server.write(packetOf("pong")); // to the sender, not to the address of open
+    const IPPacket answer = client.receiveFrom();
+    EXPECT_EQ(bytesOf(answer.packet), "pong");
+    EXPECT_EQ(answer.address.host, loopback);
+    EXPECT_EQ(answer.address.port, 0);
+
+    server.sendTo(IPPacket(nullptr, 0, SocketAddress(loopback, port)));
+    EXPECT_EQ(server.receiveFrom().packet.m_size, 0u);
+    client.close();
+    server.close();
+
+    const std::vector<std::pair<std::string, std::string>> expected = {
+        {"write", "Win32Socket::write()"}, {"read", "Win32Socket::read()"},
+        {"write", "Win32Socket::write()"}, {"close", "Win32Socket::close()"},
+        {"close", "Win32Socket::close()"}};
+    ASSERT_EQ(recorder.records.size(), expected.size());
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+        EXPECT_NE(recorder.records[i].head.find("[DEBUG]Vesk::Corvo::Win32Socket::" + expected[i].first + "] "),
+                  std::string::npos) << recorder.records[i].head;
+        EXPECT_EQ(recorder.records[i].text, expected[i].second);
+    }
+}
+
+TEST(Socket, RefusalsOfOpenAndClose)
+{
+    corvo_test::Recorder recorder("socket-open");
+    Win32Socket socket;
+    for (int protocol : {0, 3})
+        EXPECT_TRUE(throwsWith<SocketException>(
+            [&] { socket.open(SocketAddress(loopback, 1), Protocol(protocol)); },
+            "Protocol Not supported " + Win32SocketErrorDictionary().getErrorMessage(WSAGetLastError())));
+    EXPECT_EQ(recorder.texts(), std::vector<std::string>(2, "Win32TCPStream::open()"));
+    EXPECT_TRUE(throwsWith<StreamException>([&] { socket.close(); }, "Cannot Close the Socket! WSAENOTSOCK [10038]"));
+    socket.open(SocketAddress("no address", 1), TCP);
+    socket.close();
+    EXPECT_THROW(socket.close(), StreamException);
+    EXPECT_TRUE(throwsWith<TCPStreamException>([&] { socket.read(1); },
+                                                "Error reading from Socket WSAENOTSOCK [10038]"));
+}
+
+TEST(Socket, OneStartUpForAllSocketsEndedByTheLast)
+{
+    // No socket lives between tests: WinSock is down.
+    EXPECT_EQ(socket(AF_INET, SOCK_STREAM, IPPROTO_TCP), INVALID_SOCKET);
+    EXPECT_EQ(WSAGetLastError(), WSANOTINITIALISED);
+    auto first = std::make_unique<Win32Socket>();
+    auto second = std::make_unique<Win32Socket>();
+    first.reset();
+    const SOCKET raw = socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
+    EXPECT_NE(raw, INVALID_SOCKET);
+    EXPECT_EQ(closesocket(raw), 0);
+    second.reset();
+    EXPECT_EQ(socket(AF_INET, SOCK_STREAM, IPPROTO_TCP), INVALID_SOCKET);
+}
+
+TEST(Socket, GivesEveryDescriptorBack)
+{
+#ifdef _WIN32
+    GTEST_SKIP() << "descriptors are counted through /proc";
+#else
+    Win32Socket socket;
+    const int before = openDescriptors();
+    for (int i = 0; i < 50; ++i) {
+        socket.open(SocketAddress(loopback, 1), i % 2 ? TCP : UDP);
+        socket.close();
+        EXPECT_THROW(socket.open(SocketAddress(loopback, 1), Protocol(7)), SocketException);
+        EXPECT_THROW(socket.close(), StreamException);
+    }
+    EXPECT_EQ(openDescriptors(), before);
+#endif
+}
+
+TEST(SocketErrorDictionary, NamesTheCodesOfTheTable)
+{
+    const Win32SocketErrorDictionary dictionary;
+    const std::pair<long, const char*> rows[] = {
+        {0, "Unknown Error Code: [0]"},        {-1, "Unknown Error Code: [-1]"},
+        {6, "WSA_INVALID_HANDLE [6]"},         {997, "WSA_IO_PENDING [997]"},
+        {10035, "WSAEWOULDBLOCK [10035]"},     {10036, "WSAEINPROGRESS [10036]"},
+        {10071, "WSAEREMOTE [10071]"},         {10072, "Unknown Error Code: [10072]"},
+        {10093, "WSANOTINITIALISED [10093]"},  {10112, "WSAEREFUSED [10112]"},
+        {11024, "WSA_QOS_EUNKOWNPSOBJ [11024]"}, {11031, "WSA_QOS_RESERVED_PETYPE [11031]"},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(dictionary.getErrorMessage(row.first), row.second);
+    int known = 0;
+    for (long code = -1; code < 12000; ++code)
+        known += dictionary.getErrorMessage(code).rfind("Unknown", 0) != 0;
+    EXPECT_EQ(known, 95);
+}
+
+TEST(WinSock, CallsKeepTheirWindowsContracts)
+{
+    WSADATA data;
+    ASSERT_EQ(WSAStartup(0x0303, &data), 0);
+    EXPECT_EQ(data.wVersion, 0x0202);
+    EXPECT_EQ(WSAStartup(0x0000, &data), WSAVERNOTSUPPORTED);
+
+    EXPECT_EQ(closesocket(INVALID_SOCKET), SOCKET_ERROR);
+    EXPECT_EQ(WSAGetLastError(), WSAENOTSOCK);
+    const unsigned long address = inet_addr("1.2.3.4");
+    const unsigned char* bytes = reinterpret_cast<const unsigned char*>(&address);
+    EXPECT_EQ(bytes[0] * 1000 + bytes[3], 1004);
+    EXPECT_EQ(inet_addr("not an address"), INADDR_NONE);
+    const u_short port = htons(0x1234);
+    EXPECT_EQ(reinterpret_cast<const unsigned char*>(&port)[0], 0x12);
+
+    EXPECT_EQ(WSACleanup(), 0);
+    EXPECT_EQ(WSACleanup(), SOCKET_ERROR);
+    EXPECT_EQ(WSAGetLastError(), WSANOTINITIALISED);
+}
