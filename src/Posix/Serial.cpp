@@ -2,6 +2,7 @@
 // written to the tty's settings, always as a raw line.
 #include "FileObject.h"
 #include "PosixSupport.h"
+#include "SerialSettings.h"
 #include "Win32FileIo.h"
 
 #include <termios.h>
@@ -47,7 +48,9 @@ std::shared_ptr<FileObject> ttyOf(HANDLE file, termios& settings)
     return object;
 }
 
-bool settingsOf(const DCB& dcb, termios& settings)
+} // namespace
+
+bool Vesk::Corvo::Posix::termiosFor(const DCB& dcb, termios& settings)
 {
     const Rate* rate = nullptr;
     for (const Rate& candidate : rates)
@@ -84,8 +87,6 @@ bool settingsOf(const DCB& dcb, termios& settings)
     cfsetospeed(&settings, rate->speed);
     return true;
 }
-
-} // namespace
 
 BOOL GetCommState(HANDLE file, LPDCB dcb)
 {
@@ -131,7 +132,7 @@ BOOL SetCommState(HANDLE file, LPDCB dcb)
     const std::shared_ptr<FileObject> object = ttyOf(file, settings);
     if (!object)
         return FALSE;
-    if (!dcb || !settingsOf(*dcb, settings))
+    if (!dcb || !termiosFor(*dcb, settings))
         return fail(ERROR_INVALID_PARAMETER, FALSE);
     if (retryOnInterrupt([&] { return tcsetattr(object->descriptor(), TCSANOW, &settings); }) != 0)
         return failFromErrno(FALSE);
