@@ -87,7 +87,7 @@ public:
         termios t;
         tcgetattr(m_probe, &t);
         const bool raw = !(t.c_lflag & (ICANON | ECHO | ISIG)) && !(t.c_oflag & OPOST) &&
-                         !(t.c_iflag & (IXON | IXOFF | ICRNL)) && !(t.c_cflag & CRTSCTS) && t.c_cc[VMIN] == 1;
+                         !(t.c_iflag & (IXON | IXOFF | ICRNL)) && !(t.c_cflag & CRTSCTS);
         const speed_t speeds[] = {B9600, B19200, B115200, B921600, B4800};
         const int rates[] = {9600, 19200, 115200, 921600, 4800};
         int rate = 0;
@@ -134,33 +134,43 @@ std::unique_ptr<Peer> makePeer(std::string&) { return std::make_unique<PtyPeer>(
 
 #else
 
-// The same end in a Linux process, told what to do one line at a time.
+// The same end in a Linux process, started through Wine like any program.
+// Wine gives such a process no pipes, so requests and replies are files:
+// each is written under a temporary name and renamed into place.
 const char* const helperScript = R"(import fcntl, os, struct, sys, termios, time
+base, link = sys.argv[1], sys.argv[2]
+os.setsid() # the slave becomes this session's terminal, not Wine's
 master, slave = os.openpty()
-link = sys.argv[1]
+fcntl.ioctl(slave, termios.TIOCSCTTY, 0)
 if os.path.lexists(link): os.remove(link)
 os.symlink(os.ttyname(slave), link)
 def queued(): return struct.unpack('i', fcntl.ioctl(slave, termios.FIONREAD, b'0000'))[0]
-def wait(test):
-    end = time.monotonic() + 10
+def wait(test, seconds=10):
+    end = time.monotonic() + seconds
     while not test() and time.monotonic() < end: time.sleep(0.001)
+    return test()
+def reply(text):
+    open(base + '.tmp', 'w').write(text)
+    os.rename(base + '.tmp', base + '.rep')
 rates = {getattr(termios, 'B%d' % r): r for r in (4800, 9600, 19200, 115200, 921600)}
-print('ready', flush=True)
-for line in sys.stdin:
-    word, _, arg = line.strip().partition(' ')
+reply('ready')
+while wait(lambda: os.path.exists(base + '.req'), 60):
+    word, _, arg = open(base + '.req').read().partition(' ')
+    os.remove(base + '.req')
     if word == 'settings':
         i, o, c, l, ispeed, ospeed, cc = termios.tcgetattr(slave)
-        raw = not l & (termios.ICANON | termios.ECHO | termios.ISIG) and not o & termios.OPOST and not i & (termios.IXON | termios.IXOFF | termios.ICRNL) and not c & termios.CRTSCTS and cc[termios.VMIN] in (1, b'\x01')
-        reply = '%d %d %s' % (rates.get(ospeed, 0), 2 if c & termios.CSTOPB else 1, 'raw' if raw else 'cooked')
+        raw = not l & (termios.ICANON | termios.ECHO | termios.ISIG) and not o & termios.OPOST and not i & (termios.IXON | termios.IXOFF | termios.ICRNL) and not c & termios.CRTSCTS
+        reply('%d %d %s' % (rates.get(ospeed, 0), 2 if c & termios.CSTOPB else 1, 'raw' if raw else 'cooked'))
     elif word == 'send':
-        data = bytes.fromhex(arg); os.write(master, data); wait(lambda: queued() >= len(data)); reply = 'ok'
+        data = bytes.fromhex(arg); os.write(master, data); wait(lambda: queued() >= len(data)); reply('ok')
     elif word == 'later':
-        wait(lambda: queued() == 0); os.write(master, bytes.fromhex(arg)); reply = 'ok'
-    else:
+        wait(lambda: queued() == 0); os.write(master, bytes.fromhex(arg)); reply('ok')
+    elif word == 'receive':
         data = b''
         while len(data) < int(arg): data += os.read(master, int(arg) - len(data))
-        reply = data.hex()
-    print(reply, flush=True)
+        reply(data.hex())
+    else:
+        break
 os.remove(link)
 )";
 
@@ -175,60 +185,39 @@ std::string hexOf(const std::string& bytes)
     return hex;
 }
 
+std::string windowsPath(std::string unixPath)
+{
+    for (char& c : unixPath)
+        c = c == '/' ? '\\' : c;
+    return "Z:" + unixPath;
+}
+
 class HelperPeer : public Peer
 {
 public:
-    // Empty why on success.
+    // Leaves why empty when the helper runs.
     explicit HelperPeer(std::string& why)
     {
         const char* prefix = std::getenv("WINEPREFIX");
-        const std::string script = "/tmp/corvo-serial-peer-" + std::to_string(GetCurrentProcessId()) + ".py";
-        if (!prefix || GetFileAttributesA("Z:\\usr\\bin\\python3") == INVALID_FILE_ATTRIBUTES) {
-            why = "needs WINEPREFIX set and /usr/bin/python3 on the Linux side";
+        const std::string python = "/usr/bin/python3";
+        if (!prefix || GetFileAttributesA(windowsPath(python).c_str()) == INVALID_FILE_ATTRIBUTES) {
+            why = "needs WINEPREFIX and " + python + " on the Linux side";
             return;
         }
-        std::string windowsScript = "Z:" + script;
-        for (char& c : windowsScript)
-            c = c == '/' ? '\\' : c;
-        if (FILE* file = std::fopen(windowsScript.c_str(), "w")) {
-            std::fputs(helperScript, file);
-            std::fclose(file);
-        }
-        SECURITY_ATTRIBUTES inherit = {sizeof inherit, nullptr, TRUE};
-        HANDLE childIn, childOut;
-        CreatePipe(&childIn, &m_in, &inherit, 0);
-        CreatePipe(&m_out, &childOut, &inherit, 0);
-        SetHandleInformation(m_in, HANDLE_FLAG_INHERIT, 0);
-        SetHandleInformation(m_out, HANDLE_FLAG_INHERIT, 0);
+        const std::string base = "/tmp/corvo-serial-peer-" + std::to_string(GetCurrentProcessId());
+        m_base = windowsPath(base);
+        writeFile(m_base + ".py", helperScript);
+        port = "9"; // Wine knows COM1 to COM9 by name
+        std::string command = python + " " + base + ".py " + base + " " + prefix + "/dosdevices/com" + port;
         STARTUPINFOA start = {};
         start.cb = sizeof start;
-        start.dwFlags = STARTF_USESTDHANDLES;
-        start.hStdInput = childIn;
-        start.hStdOutput = childOut;
-        start.hStdError = GetStdHandle(STD_ERROR_HANDLE);
-        port = "37";
-        std::string command = "/usr/bin/python3 " + script + " " + prefix + "/dosdevices/com" + port;
         PROCESS_INFORMATION process;
-        const bool started = CreateProcessA(nullptr, &command[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr,
-                                            &start, &process);
-        CloseHandle(childIn);
-        CloseHandle(childOut);
-        if (!started || line() != "ready") {
+        if (!CreateProcessA(nullptr, &command[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr, &start, &process) ||
+            reply() != "ready")
             why = "the Linux helper did not start";
-            return;
-        }
-        m_process = process.hProcess;
-        CloseHandle(process.hThread);
-        DeleteFileA(windowsScript.c_str());
+        DeleteFileA((m_base + ".py").c_str());
     }
-    ~HelperPeer() override
-    {
-        CloseHandle(m_in); // the helper ends at the end of its input
-        if (m_process)
-            WaitForSingleObject(m_process, 10000);
-        CloseHandle(m_out);
-        CloseHandle(m_process);
-    }
+    ~HelperPeer() override { request("quit"); }
 
     std::string settings() override { return command("settings"); }
     void send(const std::string& bytes) override { command("send " + hexOf(bytes)); }
@@ -243,26 +232,40 @@ public:
     }
 
 private:
-    std::string command(const std::string& text)
+    static void writeFile(const std::string& path, const std::string& text)
     {
-        const std::string request = text + "\n";
-        DWORD written = 0;
-        WriteFile(m_in, request.data(), DWORD(request.size()), &written, nullptr);
-        return line();
+        if (FILE* file = std::fopen(path.c_str(), "wb")) {
+            std::fputs(text.c_str(), file);
+            std::fclose(file);
+        }
     }
-    std::string line()
+    void request(const std::string& text)
     {
+        writeFile(m_base + ".new", text);
+        MoveFileA((m_base + ".new").c_str(), (m_base + ".req").c_str());
+    }
+    // The helper's reply, or nothing after 20 seconds.
+    std::string reply()
+    {
+        const std::string path = m_base + ".rep";
+        for (int i = 0; i < 20000 && GetFileAttributesA(path.c_str()) == INVALID_FILE_ATTRIBUTES; ++i)
+            Sleep(1);
         std::string text;
-        char c;
-        DWORD got = 0;
-        while (ReadFile(m_out, &c, 1, &got, nullptr) && got == 1 && c != '\n')
-            text += c;
+        if (FILE* file = std::fopen(path.c_str(), "rb")) {
+            for (int c; (c = std::fgetc(file)) != EOF;)
+                text += char(c);
+            std::fclose(file);
+        }
+        DeleteFileA(path.c_str());
         return text;
     }
+    std::string command(const std::string& text)
+    {
+        request(text);
+        return reply();
+    }
 
-    HANDLE m_in = nullptr;
-    HANDLE m_out = nullptr;
-    HANDLE m_process = nullptr;
+    std::string m_base;
 };
 
 std::unique_ptr<Peer> makePeer(std::string& why)
