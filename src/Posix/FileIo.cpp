@@ -93,8 +93,8 @@ bool openFlags(DWORD access, DWORD disposition, int& flags)
     }
 }
 
-// Every byte, in as many calls as it takes: regular files only stop short
-// at their end, devices after one call.
+// Every byte, in as many calls as it takes: a read of a regular file only
+// stops short at its end, one of a device after one call.
 BOOL transfer(HANDLE file, DWORD access, DWORD count, LPDWORD done, LPOVERLAPPED overlapped,
               ssize_t (*call)(int, char*, std::size_t), char* at)
 {
@@ -111,7 +111,7 @@ BOOL transfer(HANDLE file, DWORD access, DWORD count, LPDWORD done, LPOVERLAPPED
         if (moved < 0)
             return failFromErrno(FALSE);
         *done += static_cast<DWORD>(moved);
-        if (reading && (moved == 0 || !object->regular()))
+        if (moved == 0 || (reading && !object->regular()))
             break;
     }
     return TRUE;
