@@ -1,6 +1,10 @@
 // Win32FileStream64 beside write(2) and read(2) on the same file in tmpfs,
 // chunk by chunk, and the ratio of their throughputs at the end. Both read
 // forms: into a packet (one copy, by design) and into the caller's buffer.
+// A packet read allocates two blocks per call; from about 1 MiB on glibc
+// maps them fresh and gives them back each time, so that form then measures
+// page faults (GLIBC_TUNABLES=glibc.malloc.mmap_threshold=33554432:
+// glibc.malloc.trim_threshold=67108864 keeps them in the heap).
 #include "CorvoFileStream64.h"
 
 #include <benchmark/benchmark.h>
