@@ -108,5 +108,3 @@ u_short htons(u_short value)
 }
 
 unsigned long inet_addr(const char* text) { return Posix::parseIPv4(text); }
-
-void Sleep(DWORD milliseconds) { Posix::sleepMilliseconds(milliseconds); }
