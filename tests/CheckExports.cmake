@@ -27,7 +27,9 @@ set(exported
   _ZN4Vesk5Corvo11str_to_tstr
   _ZN4Vesk5Corvo9Tokenizer17defaultDelimiters
   _ZN4Vesk5Corvo9Converter7toUtf16
-  _ZN4Vesk5Corvo20Win32LocaleConverter10ansiToUtf8)
+  _ZN4Vesk5Corvo20Win32LocaleConverter10ansiToUtf8
+  _ZN4Vesk5Corvo17Win32FileStream644open
+  _ZN4Vesk5Corvo17Win32SerialStream4open)
 set(internal
   11Utf8Encoder
   11Utf8Decoder
@@ -37,7 +39,9 @@ set(internal
   18LogToConsolePolicy
   _Z25InitializeCriticalSection
   _Z18GetCurrentThreadId
-  MultiByteToWideChar)
+  MultiByteToWideChar
+  _Z11CreateFileW
+  _Z12GetCommState)
 
 foreach(symbol IN LISTS exported)
   string(FIND "${table}" "${symbol}" at)

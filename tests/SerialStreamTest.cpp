@@ -68,6 +68,7 @@ while wait(lambda: os.path.exists(base + '.req'), 60):
     else:
         break
 os.remove(link)
+reply('bye')
 )";
 
 std::string bytesOf(const Packet_T<char>& packet) { return std::string(packet.m_buffer, packet.m_size); }
@@ -143,7 +144,7 @@ public:
     ~Peer()
     {
         if (m_running)
-            request("quit");
+            command("quit"); // waits until the link has gone
     }
 
     std::string command(const std::string& text)
