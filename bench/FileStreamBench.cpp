@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 using Vesk::Corvo::Packet_T;
@@ -103,19 +104,8 @@ void readStreamPacket(benchmark::State& state)
     file.close();
 }
 
-void chunks(benchmark::internal::Benchmark* b)
-{
-    for (long chunk : {64L, 4L << 10, 64L << 10, 1L << 20})
-        b->Arg(chunk);
-}
-
-BENCHMARK(writeRaw)->Apply(chunks);
-BENCHMARK(writeStream)->Apply(chunks);
-BENCHMARK(readRaw)->Apply(chunks);
-BENCHMARK(readStreamBuffer)->Apply(chunks);
-BENCHMARK(readStreamPacket)->Apply(chunks);
-
-// Keeps the time per byte of every run for the table of ratios.
+// Keeps the time of every run for the table of ratios: the median where
+// runs are repeated (--benchmark_repetitions), else the one run.
 class RatioReporter : public benchmark::ConsoleReporter
 {
 public:
@@ -123,8 +113,9 @@ public:
     {
         ConsoleReporter::ReportRuns(runs);
         for (const Run& run : runs)
-            if (run.run_type == Run::RT_Iteration)
-                seconds[run.benchmark_name()] = run.GetAdjustedRealTime();
+            if (run.run_type == Run::RT_Iteration ? !run.repetitions || run.repetitions == 1
+                                                  : run.aggregate_name == "median")
+                seconds[run.run_name.str()] = run.GetAdjustedRealTime();
     }
     std::map<std::string, double> seconds;
 };
@@ -134,6 +125,17 @@ public:
 int main(int argc, char** argv)
 {
     benchmark::Initialize(&argc, argv);
+    // Each raw form right beside its stream forms, so that a change in the
+    // machine's load falls on both sides of a ratio alike.
+    const std::pair<const char*, void (*)(benchmark::State&)> forms[] = {
+        {"writeRaw", writeRaw},
+        {"writeStream", writeStream},
+        {"readRaw", readRaw},
+        {"readStreamBuffer", readStreamBuffer},
+        {"readStreamPacket", readStreamPacket}};
+    for (long chunk : {64L, 4L << 10, 64L << 10, 1L << 20})
+        for (const auto& form : forms)
+            benchmark::RegisterBenchmark(form.first, form.second)->Arg(chunk);
     prepareFile();
     RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
