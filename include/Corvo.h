@@ -36,5 +36,7 @@
 #include "CorvoSocketAddress.h"
 #include "CorvoSocketErrorDictionary.h"
 #include "CorvoSocket.h"
+#include "CorvoFileStream64.h"
+#include "CorvoSerialStream.h"
 
 #endif

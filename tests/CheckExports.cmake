@@ -88,7 +88,9 @@ set(exported
   _ZN4Vesk5Corvo11Win32Window6create
   _ZN4Vesk5Corvo21Win32GraphicalContext5clone
   _ZN4Vesk5Corvo11Win32Socket7receive
-  _ZN4Vesk5Corvo6detail18raisePacketFailure)
+  _ZN4Vesk5Corvo6detail18raisePacketFailure
+  _ZN4Vesk5Corvo17Win32FileStream644open
+  _ZN4Vesk5Corvo17Win32SerialStream4open)
 foreach(symbol IN LISTS exported)
   string(FIND "${symbols}" "${symbol}" at)
   if(at EQUAL -1)

@@ -31,6 +31,7 @@ DWORD win32ErrorFor(int error)
         {EEXIST, ERROR_ALREADY_EXISTS},      {ENAMETOOLONG, ERROR_FILENAME_EXCED_RANGE},
         {ENOSPC, ERROR_DISK_FULL},           {EMFILE, ERROR_TOO_MANY_OPEN_FILES},
         {ENFILE, ERROR_TOO_MANY_OPEN_FILES},
+        {EFBIG, ERROR_DISK_FULL}, // beyond the process's file size limit
     };
     for (const Mapping& mapping : table)
         if (mapping.error == error)

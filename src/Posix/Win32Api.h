@@ -8,6 +8,7 @@
 #include "Win32Base.h"
 #include "Win32CodePage.h"
 #include "Win32File.h"
+#include "Win32FileIo.h"
 #include "Win32Handle.h"
 #include "Win32Runtime.h"
 #include "Win32Sync.h"
