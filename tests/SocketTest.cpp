@@ -48,6 +48,8 @@ unsigned short bindFreePort(Win32Socket& socket, Protocol protocol)
 }
 
 // A listening server whose one connection is served by `serve` in a thread.
+// Its sockets are made and destroyed on the test's thread: the count of
+// sockets is plain data that one thread keeps.
 class Peer
 {
 public:
@@ -56,9 +58,8 @@ public:
         port = bindFreePort(m_listener, TCP);
         m_listener.listen();
         m_thread = std::thread([this, serve] {
-            Win32Socket connection;
-            m_listener.accept(connection);
-            serve(connection);
+            m_listener.accept(m_connection);
+            serve(m_connection);
         });
     }
     ~Peer()
@@ -81,6 +82,7 @@ public:
 
 private:
     Win32Socket m_listener;
+    Win32Socket m_connection;
     std::thread m_thread;
 };
 
