@@ -14,7 +14,6 @@
 #include <iostream>
 #include <sstream>
 #include <string>
-#include <thread>
 
 using namespace Vesk::Corvo;
 using Vesk::Zim::Logger;
@@ -40,28 +39,34 @@ unsigned short listenOnLoopback(Win32Socket& listener)
     }
 }
 
-// The server: one connection, everything it reads written back, until the
-// client closes.
-void serveOneClient(Win32Socket& listener)
+// The server: a thread with its listening socket and the one connection it
+// serves, writing back everything it reads until the client closes. The
+// sockets are made on the main thread, which keeps the count of sockets.
+class EchoServer : public Win32Thread
 {
-    try {
-        Win32Socket connection;
-        listener.accept(connection);
-        for (Packet_T<char> packet = connection.read(256); packet.m_size != 0;
-             packet = connection.read(256))
-            connection.write(packet);
-        connection.close();
-    } catch (const Exception& e) {
-        std::fprintf(stderr, "server: %s\n", e.getDescription().c_str());
-    }
-}
+public:
+    EchoServer() : Win32Thread(&EchoServer::run) {}
 
-// The one place that starts a thread.
-template <typename Body>
-std::thread startThread(Body body)
-{
-    return std::thread(body);
-}
+    Win32Socket listener;
+    Win32Socket connection;
+
+private:
+    // The thread's argument is the Win32Thread that started it.
+    static void* run(void* thread)
+    {
+        EchoServer& self = *static_cast<EchoServer*>(static_cast<Win32Thread*>(thread));
+        try {
+            self.listener.accept(self.connection);
+            for (Packet_T<char> packet = self.connection.read(256); packet.m_size != 0;
+                 packet = self.connection.read(256))
+                self.connection.write(packet);
+            self.connection.close();
+        } catch (const Exception& e) {
+            std::fprintf(stderr, "server: %s\n", e.getDescription().c_str());
+        }
+        return nullptr;
+    }
+};
 
 std::string readInput(int argc, char** argv)
 {
@@ -79,14 +84,6 @@ std::string readInput(int argc, char** argv)
     return text.str();
 }
 
-// A server that still waits for its client ends with the process.
-int fail(std::thread& server)
-{
-    if (server.joinable())
-        server.detach();
-    return 1;
-}
-
 } // namespace
 
 int main(int argc, char** argv)
@@ -98,13 +95,14 @@ int main(int argc, char** argv)
                                                1024 * 1024);
     Logger::getSingleton().addPolicy(logFiles, true);
 
-    std::thread server;
+    // The server lives as long as the process: after a failure its thread
+    // may still wait for a client that never comes.
+    EchoServer& server = *new EchoServer;
     try {
         std::istringstream input(readInput(argc, argv));
 
-        Win32Socket listener;
-        const unsigned short port = listenOnLoopback(listener);
-        server = startThread([&listener] { serveOneClient(listener); });
+        const unsigned short port = listenOnLoopback(server.listener);
+        server.start();
 
         Win32Socket client;
         client.open(SocketAddress("127.0.0.1", port), TCP);
@@ -131,14 +129,14 @@ int main(int argc, char** argv)
         }
 
         client.close();
-        server.join();
-        listener.close();
+        server.join(0xFFFFFFFFul);
+        server.listener.close();
     } catch (const Exception& e) {
         std::fprintf(stderr, "%s\n", e.getDescription().c_str());
-        return fail(server);
+        return 1;
     } catch (const std::exception& e) {
         std::fprintf(stderr, "%s\n", e.what());
-        return fail(server);
+        return 1;
     }
     Logger::getSingleton().disablePolicy(logFiles.getName());
     std::printf("log records are in %s\n", logDirectory.string().c_str());
