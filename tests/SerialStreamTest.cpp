@@ -111,12 +111,12 @@ std::string localPath(const std::string& unixPath) { return unixPath; }
 bool start(const std::string& command) { return std::system((command + " &").c_str()) == 0; }
 #endif
 
-// The helper, told what to do one request at a time.
+// The helper, told what to do one request at a time; `why` stays empty
+// when it runs.
 class Peer
 {
 public:
-    // Leaves why empty when the helper runs.
-    explicit Peer(std::string& why)
+    Peer()
     {
         const std::string python = "/usr/bin/python3";
 #ifdef _WIN32
@@ -127,40 +127,35 @@ public:
 #else
         const char* prefix = "";
         const std::string base = "/tmp/corvo-serial-" + std::to_string(getpid());
-        const std::string link = base + ".tty";
-        port = link;
+        const std::string link = port = base + ".tty";
 #endif
         m_base = localPath(base);
-        if (!prefix || !fs::exists(localPath(python))) {
+        if (!prefix || !fs::exists(localPath(python)))
             why = "needs " + python + " on Linux, and WINEPREFIX under Wine";
-            return;
+        else {
+            std::ofstream(m_base + ".py") << helperScript;
+            if (!start(python + " " + base + ".py " + base + " " + link) || reply() != "ready")
+                why = "the helper did not start";
+            fs::remove(m_base + ".py");
         }
-        std::ofstream(m_base + ".py") << helperScript;
-        if (!start(python + " " + base + ".py " + base + " " + link) || reply() != "ready")
-            why = "the helper did not start";
-        fs::remove(m_base + ".py");
-        m_running = why.empty();
     }
     ~Peer()
     {
-        if (m_running)
+        if (why.empty())
             command("quit"); // waits until the link has gone
     }
 
     std::string command(const std::string& text)
     {
-        request(text);
+        std::ofstream(m_base + ".new") << text;
+        fs::rename(m_base + ".new", m_base + ".req");
         return reply();
     }
 
     std::string port; // what follows "COM"
+    std::string why;
 
 private:
-    void request(const std::string& text)
-    {
-        std::ofstream(m_base + ".new") << text;
-        fs::rename(m_base + ".new", m_base + ".req");
-    }
     // The reply, or nothing after 20 seconds.
     std::string reply()
     {
@@ -174,7 +169,6 @@ private:
     }
 
     std::string m_base;
-    bool m_running = false;
 };
 
 class SerialStream : public ::testing::Test
@@ -182,37 +176,33 @@ class SerialStream : public ::testing::Test
 protected:
     void SetUp() override
     {
-        std::string why;
-        peer = std::make_unique<Peer>(why);
-        if (!why.empty())
-            GTEST_SKIP() << "no pseudo-terminal pair: " << why;
+        if (!peer.why.empty())
+            GTEST_SKIP() << "no pseudo-terminal pair: " << peer.why;
     }
 
-    std::unique_ptr<Peer> peer;
-};
-
-struct LineCase
-{
-    Bps bps;
-    DataBits dataBits;
-    Parity parity;
-    StopBits stopBits;
-    const char* settings;
+    Peer peer;
 };
 
 TEST_F(SerialStream, OpenLeavesARawLine)
 {
-    const LineCase cases[] = {
+    const struct
+    {
+        Bps bps;
+        DataBits dataBits;
+        Parity parity;
+        StopBits stopBits;
+        const char* settings;
+    } cases[] = {
         {Bps9600, DataBits8, ParityNone, StopBits1, "9600 1 raw"},
         {Bps19200, DataBits7, ParityOdd, StopBits2, "19200 2 raw"},
         {Bps115200, DataBits6, ParityEven, StopBits(3), "115200 2 raw"},
         {Bps921600, DataBits8, ParityMark, StopBits(0), "921600 2 raw"},
         {Bps4800, DataBits5, ParitySpace, StopBits1, "4800 1 raw"},
     };
-    for (const LineCase& c : cases) {
+    for (const auto& c : cases) {
         Win32SerialStream serial;
-        serial.open(peer->port, c.bps, c.dataBits, c.parity, c.stopBits);
-        EXPECT_EQ(c.settings, peer->command("settings"));
+        serial.open(peer.port, c.bps, c.dataBits, c.parity, c.stopBits);
+        EXPECT_EQ(c.settings, peer.command("settings"));
         serial.close();
     }
 }
@@ -221,21 +211,21 @@ TEST_F(SerialStream, ReadWaitsForEveryByteAndWriteArrives)
 {
     corvo_test::Recorder recorder("serial-stream-test");
     Win32SerialStream serial;
-    serial.open(peer->port, Bps9600, DataBits8, ParityNone, StopBits1);
-    peer->command("send " + hexOf(std::string("a\0", 2)));
+    serial.open(peer.port, Bps9600, DataBits8, ParityNone, StopBits1);
+    peer.command("send " + hexOf(std::string("a\0", 2)));
     std::string got;
     std::thread reader([&] { got = bytesOf(serial.read(5)); });
-    peer->command("later " + hexOf("cde"));
+    peer.command("later " + hexOf("cde"));
     reader.join();
     EXPECT_EQ(std::string("a\0cde", 5), got);
 
     EXPECT_TRUE(serial.write(packetOf("xyz")));
-    EXPECT_EQ(hexOf("xyz"), peer->command("receive 3"));
+    EXPECT_EQ(hexOf("xyz"), peer.command("receive 3"));
     serial.setProperty();
     serial.close();
     serial.close();
     const std::vector<std::string> expected = {
-        "Win32SerialStream::open( COM" + peer->port + ", 9600Bps, DataBits:8, Parity: 0, Stop bits:1 )",
+        "Win32SerialStream::open( COM" + peer.port + ", 9600Bps, DataBits:8, Parity: 0, Stop bits:1 )",
         "Win32SerialStream::read()",
         "Win32SerialStream::write(3 bytes  )",
         "Win32SerialStream::setProperty()",
