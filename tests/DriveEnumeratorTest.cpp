@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 
 namespace {
@@ -31,10 +32,8 @@ TEST(DriveEnumerator, ReportsTheSystemDriveFirst)
     ASSERT_EQ(recorder.visits.size(), 2 * primary);
     EXPECT_TRUE(recorder.visits.back().secondary);
     const std::string sd = enumerator.getSDPath();
-    bool listed = false;
-    for (const corvo_test::Visit& visit : recorder.visits)
-        listed = listed || visit.rootPath == sd;
-    EXPECT_TRUE(listed) << sd;
+    EXPECT_TRUE(std::any_of(recorder.visits.begin(), recorder.visits.end(),
+                            [&](const corvo_test::Visit& visit) { return visit.rootPath == sd; })) << sd;
 }
 
 } // namespace

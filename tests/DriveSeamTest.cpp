@@ -7,9 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <map>
 
 namespace {
 
@@ -49,33 +49,22 @@ protected:
         std::ofstream table(directory.file("mounts"));
         table << "proc /proc proc rw 0 0\ntmpfs /run tmpfs rw 0 0\n";
         for (const char* name : names)
-            for (const Drive& drive : drives)
-                if (std::string(drive.name) == name)
-                    table << drive.device << ' ' << escaped(point(drive)) << ' ' << drive.type
-                          << " rw 0 0\n";
+            table << named(name).device << ' ' << escaped(point(named(name))) << ' ' << named(name).type << " rw 0 0\n";
         table.close();
         Posix::setDriveSources(directory.file("mounts"), devices());
     }
 
-    std::string root(const char* name) const
+    const Drive& named(const char* name) const
     {
-        for (const Drive& drive : drives)
-            if (std::string(drive.name) == name)
-                return point(drive) + "/";
-        return "";
+        return *std::find_if(drives.begin(), drives.end(), [&](const Drive& d) { return std::string(d.name) == name; });
     }
+    std::string root(const char* name) const { return point(named(name)) + "/"; }
 
     std::vector<Visit> visits(bool secondary)
     {
         corvo_test::VisitRecorder recorder;
         Win32DriveEnumerator(recorder).enumerate(secondary);
         return recorder.visits;
-    }
-
-    std::string sdPath()
-    {
-        corvo_test::VisitRecorder recorder;
-        return Win32DriveEnumerator(recorder).getSDPath();
     }
 
     corvo_test::TempDirectory directory{"drives"};
@@ -125,7 +114,8 @@ TEST_F(DriveSeam, SDPathIsTheFirstPluggedRemovableDrive)
     };
     for (const auto& c : cases) {
         useTable(c.table);
-        EXPECT_EQ(sdPath(), std::string(c.expected) == "/" ? "/" : root(c.expected)) << c.expected;
+        corvo_test::VisitRecorder recorder;
+        EXPECT_EQ(Win32DriveEnumerator(recorder).getSDPath(), std::string(c.expected) == "/" ? "/" : root(c.expected)) << c.expected;
     }
 }
 

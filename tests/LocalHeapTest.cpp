@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <thread>
 #include <vector>
@@ -20,10 +21,7 @@ const char freeFailure[] = "Error freeing a memory block! ";
 bool allBytesAre(const void* block, std::size_t size, unsigned char value)
 {
     const unsigned char* bytes = static_cast<const unsigned char*>(block);
-    for (std::size_t i = 0; i < size; ++i)
-        if (bytes[i] != value)
-            return false;
-    return true;
+    return std::all_of(bytes, bytes + size, [value](unsigned char byte) { return byte == value; });
 }
 
 TEST(LocalHeap, BlocksAreZeroFilledAlsoWhenReused)
