@@ -192,15 +192,12 @@ TEST(Socket, UdpReadAnswersTheSenderAndLogs)
     client.close();
     server.close();
 
-    const std::vector<std::pair<std::string, std::string>> expected = {
-        {"write", "Win32Socket::write()"}, {"read", "Win32Socket::read()"},
-        {"write", "Win32Socket::write()"}, {"close", "Win32Socket::close()"},
-        {"close", "Win32Socket::close()"}};
+    const std::vector<std::string> expected = {"write", "read", "write", "close", "close"};
     ASSERT_EQ(recorder.records.size(), expected.size());
     for (std::size_t i = 0; i < expected.size(); ++i) {
-        EXPECT_NE(recorder.records[i].head.find("[DEBUG]Vesk::Corvo::Win32Socket::" + expected[i].first + "] "),
-                  std::string::npos) << recorder.records[i].head;
-        EXPECT_EQ(recorder.records[i].text, expected[i].second);
+        EXPECT_NE(recorder.records[i].head.find("[DEBUG]Vesk::Corvo::Win32Socket::" + expected[i] + "] "), std::string::npos)
+            << recorder.records[i].head;
+        EXPECT_EQ(recorder.records[i].text, "Win32Socket::" + expected[i] + "()");
     }
 }
 
