@@ -76,13 +76,10 @@ TEST(FileStream64, Modes)
         EXPECT_EQ(c.after, contentOf(dir.file("f")));
 
         const std::string missing = dir.file("missing");
-        if (c.opensMissing) {
-            file.open(missing, c.mode);
-            file.close();
-        } else {
-            EXPECT_TRUE(throwsWith<StreamException>([&] { file.open(missing, c.mode); },
-                                                    "FileStream64 open file failure"));
-        }
+        if (c.opensMissing)
+            file.open(missing, c.mode), file.close();
+        else
+            EXPECT_TRUE(throwsWith<StreamException>([&] { file.open(missing, c.mode); }, "FileStream64 open file failure"));
         EXPECT_EQ(c.opensMissing, std::filesystem::remove(missing));
     }
 }
@@ -184,8 +181,7 @@ TEST(FileStream64, FullDiskKeepsWhatFitted)
     file.open(dir.file("f"), "w");
     const std::string data(2 * limit, 'd');
     signal(SIGXFSZ, SIG_IGN);
-    rlimit small = saved;
-    small.rlim_cur = limit;
+    const rlimit small = {limit, saved.rlim_max};
     ASSERT_EQ(0, setrlimit(RLIMIT_FSIZE, &small));
     const bool failed = throwsWith<StreamException>([&] { file.write(packetOf(data)); }, "FileStream64 write failure");
     setrlimit(RLIMIT_FSIZE, &saved);

@@ -73,11 +73,6 @@ reply('bye')
 
 std::string bytesOf(const Packet_T<char>& packet) { return std::string(packet.m_buffer, packet.m_size); }
 
-Packet_T<char> packetOf(const std::string& text)
-{
-    return Packet_T<char>(static_cast<unsigned int>(text.size()), text.data());
-}
-
 std::string hexOf(const std::string& bytes)
 {
     std::string hex;
@@ -219,7 +214,7 @@ TEST_F(SerialStream, ReadWaitsForEveryByteAndWriteArrives)
     reader.join();
     EXPECT_EQ(std::string("a\0cde", 5), got);
 
-    EXPECT_TRUE(serial.write(packetOf("xyz")));
+    EXPECT_TRUE(serial.write(Packet_T<char>(3, "xyz")));
     EXPECT_EQ(hexOf("xyz"), peer.command("receive 3"));
     serial.setProperty();
     serial.close();
@@ -240,7 +235,7 @@ TEST(SerialStreamFailures, ClosedAndMissingPorts)
     Win32SerialStream serial;
     EXPECT_TRUE(throwsWith<SerialStreamException>([&] { serial.read(1); },
                                                   "Win32SerialStream::read(): Failed to read !"));
-    EXPECT_TRUE(throwsWith<SerialStreamException>([&] { serial.write(packetOf("x")); },
+    EXPECT_TRUE(throwsWith<SerialStreamException>([&] { serial.write(Packet_T<char>(1, "x")); },
                                                   "Win32SerialStream::write(): Failed to write !"));
     EXPECT_TRUE(throwsWith<SerialStreamException>(
         [&] { serial.open("250", Bps9600, DataBits8, ParityNone, StopBits1); },
