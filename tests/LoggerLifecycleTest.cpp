@@ -129,10 +129,9 @@ TEST(DeveloperConfig, TextFormsBothWays)
         EXPECT_EQ(DeveloperConfig::logLevelFromString(text), LogFlow) << text;
     EXPECT_EQ(DeveloperConfig::envFromString("Prod"), EnvInternal);
 
-    EXPECT_TRUE(throwsWith<InvalidArgumentException>(
-        [] { DeveloperConfig::logLevelToString(static_cast<LogLevel>(0)); }, "Invalid log level passed"));
-    EXPECT_TRUE(throwsWith<InvalidArgumentException>(
-        [] { DeveloperConfig::logLevelToString(static_cast<LogLevel>(8)); }, "Invalid log level passed"));
+    for (int level : {0, 8})
+        EXPECT_TRUE(throwsWith<InvalidArgumentException>(
+            [&] { DeveloperConfig::logLevelToString(static_cast<LogLevel>(level)); }, "Invalid log level passed"));
     EXPECT_TRUE(throwsWith<InvalidArgumentException>(
         [] { DeveloperConfig::envToString(static_cast<Environment>(5)); }, "Invalid environment passed"));
 }

@@ -77,7 +77,6 @@ TEST(Utf8String, Construction)
 {
     const Utf8String empty;
     EXPECT_TRUE(empty.size() == 0 && empty.bytes() == 0 && empty.empty() && empty.begin() == empty.end());
-    EXPECT_STREQ(empty.c_str(), "");
     EXPECT_EQ(empty.max_size(), 0xFFFFFFFEu);
 
     // The repairing forms; the std::string one keeps NUL code points.
@@ -100,11 +99,6 @@ TEST(Utf8String, Construction)
     EXPECT_TRUE(Utf8String(s, s.size()).empty());
     Utf8String t(mixed);
     EXPECT_EQ(codePoints(Utf8String(++t.begin(), --t.end())), cps({0xE9, 0x20AC}));
-
-    Utf8String original(mixed);
-    const Utf8String copy(original);
-    original = "changed";
-    EXPECT_EQ(std::string(copy.c_str()), mixed);
 }
 
 TEST(Utf8String, AssignmentForms)
@@ -121,15 +115,10 @@ TEST(Utf8String, AssignmentForms)
     EXPECT_EQ(codePoints(s), cps({0x1F600}));
 }
 
-TEST(Utf8String, CapacityReserveResizeClear)
+TEST(Utf8String, ResizeCountsCodePoints)
 {
     Utf8String s(mixed);
     EXPECT_EQ(s.length(), 4u);
-    s.reserve(100);
-    EXPECT_GE(s.capacity(), 100u);
-    s.reserve(1);
-    EXPECT_EQ(std::string(s.c_str()), mixed);
-
     s.resize(2, 0x41);
     EXPECT_EQ(codePoints(s), cps({0x61, 0xE9}));
     s.resize(4, 0x20AC);
@@ -139,12 +128,9 @@ TEST(Utf8String, CapacityReserveResizeClear)
     s.resize(4, 0xD800); // equal size: the code point is not looked at
     s.resize(0, 0xD800);
     EXPECT_TRUE(s.empty());
-
-    Utf8String t(mixed);
-    const unsigned int capacity = t.capacity();
-    t.clear();
-    EXPECT_TRUE(t.empty());
-    EXPECT_EQ(t.capacity(), capacity);
+    s = mixed;
+    s.clear();
+    EXPECT_TRUE(s.empty() && s.bytes() == 0);
 }
 
 // Positions 0 to size() are accepted, size() standing behind the last code
