@@ -37,3 +37,11 @@ FARPROC GetProcAddress(HMODULE module, LPCSTR procName)
         return Vesk::Corvo::Posix::fail(ERROR_PROC_NOT_FOUND, FARPROC(nullptr));
     return reinterpret_cast<FARPROC>(address);
 }
+
+HMODULE GetModuleHandleW(LPCWSTR moduleName)
+{
+    static char program;
+    if (moduleName != nullptr)
+        return Vesk::Corvo::Posix::fail(ERROR_GEN_FAILURE, static_cast<HMODULE>(nullptr));
+    return &program;
+}

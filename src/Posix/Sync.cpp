@@ -82,17 +82,29 @@ struct MutexState
     void destroy() { pthread_mutex_destroy(&mutex); }
 };
 
-class MutexObject : public KernelObject
+// An object whose state is its own or, for a name, that of a named block.
+template <typename StateType, KernelObject::Kind kindOfObject, NamedBlock::Kind kindOfBlock>
+class NameableObject : public KernelObject
 {
 public:
-    static constexpr Kind objectKind = Kind::Mutex;
-    static constexpr NamedBlock::Kind blockKind = NamedBlock::Kind::Mutex;
-    typedef MutexState State;
+    static constexpr Kind objectKind = kindOfObject;
+    static constexpr NamedBlock::Kind blockKind = kindOfBlock;
+    typedef StateType State;
 
     template <typename Where>
-    explicit MutexObject(Where where) : KernelObject(objectKind), m_state(std::move(where))
+    explicit NameableObject(Where where) : KernelObject(objectKind), m_state(std::move(where))
     {
     }
+
+protected:
+    Placement<State> m_state;
+};
+
+class MutexObject
+    : public NameableObject<MutexState, KernelObject::Kind::Mutex, NamedBlock::Kind::Mutex>
+{
+public:
+    using NameableObject::NameableObject;
 
     // An owner keeps its robust lock in a list of the thread's, which the C
     // library and the kernel follow when the thread locks, unlocks or ends:
@@ -138,9 +150,6 @@ public:
         abortOnError(pthread_mutex_unlock(&m_state->mutex), "pthread_mutex_unlock");
         return TRUE;
     }
-
-private:
-    Placement<MutexState> m_state;
 };
 
 struct SemaphoreState
@@ -152,17 +161,11 @@ struct SemaphoreState
     void destroy() { monitor.destroy(); }
 };
 
-class SemaphoreObject : public KernelObject
+class SemaphoreObject
+    : public NameableObject<SemaphoreState, KernelObject::Kind::Semaphore, NamedBlock::Kind::Semaphore>
 {
 public:
-    static constexpr Kind objectKind = Kind::Semaphore;
-    static constexpr NamedBlock::Kind blockKind = NamedBlock::Kind::Semaphore;
-    typedef SemaphoreState State;
-
-    template <typename Where>
-    explicit SemaphoreObject(Where where) : KernelObject(objectKind), m_state(std::move(where))
-    {
-    }
+    using NameableObject::NameableObject;
 
     WaitOutcome wait(const Deadline& deadline) override
     {
@@ -183,9 +186,6 @@ public:
         hold.notifyAll();
         return TRUE;
     }
-
-private:
-    Placement<SemaphoreState> m_state;
 };
 
 class EventObject : public KernelObject

@@ -18,6 +18,8 @@ typedef unsigned int UINT;
 typedef char CHAR;
 typedef wchar_t WCHAR;
 typedef void* HANDLE;
+typedef void* HMODULE;
+typedef HMODULE HINSTANCE;
 typedef void* LPVOID;
 typedef CHAR* LPSTR;
 typedef const CHAR* LPCSTR;

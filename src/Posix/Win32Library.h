@@ -9,7 +9,6 @@
 #define ERROR_MOD_NOT_FOUND 126u
 #define ERROR_PROC_NOT_FOUND 127u
 
-typedef void* HMODULE;
 typedef std::intptr_t (*FARPROC)();
 
 // The name is taken as given, each unit as one byte, and found by the
@@ -19,5 +18,8 @@ HMODULE LoadLibraryW(LPCWSTR fileName);
 BOOL FreeLibrary(HMODULE module);
 // Null for a symbol that the library does not have.
 FARPROC GetProcAddress(HMODULE module, LPCSTR procName);
+// Only the program's own module (a null name) is known: a fixed handle that
+// names it, the one that window classes are registered for.
+HMODULE GetModuleHandleW(LPCWSTR moduleName);
 
 #endif

@@ -1,5 +1,5 @@
-// Windows, window classes and the message queue (USER32), and the module
-// handle they are registered for, for the POSIX layer, on Xlib.
+// Windows, window classes and the message queue (USER32), for the POSIX
+// layer, on Xlib.
 #ifndef CORVO_POSIX_WIN32_WINDOW_H
 #define CORVO_POSIX_WIN32_WINDOW_H
 
@@ -9,8 +9,6 @@
 
 typedef void* HWND;
 typedef void* HDC;
-typedef void* HINSTANCE;
-typedef void* HMODULE;
 typedef void* HICON;
 typedef void* HCURSOR;
 typedef void* HBRUSH;
@@ -88,8 +86,6 @@ struct MSG
 #define ERROR_CANNOT_FIND_WND_CLASS 1407u
 #define ERROR_CLASS_ALREADY_EXISTS 1410u
 
-// A stand-in handle of the program: there is one module on this side.
-HMODULE GetModuleHandleW(LPCWSTR moduleName);
 // Stock resources are named, never drawn: the result only has to be valid.
 HICON LoadIconW(HINSTANCE instance, LPCWSTR name);
 HCURSOR LoadCursorW(HINSTANCE instance, LPCWSTR name);

@@ -189,14 +189,6 @@ X11Window* x11Window(HWND window) { return find(window); }
 
 using namespace Vesk::Corvo::Posix;
 
-HMODULE GetModuleHandleW(LPCWSTR moduleName)
-{
-    static char program;
-    if (moduleName != nullptr)
-        return fail(ERROR_GEN_FAILURE, static_cast<HMODULE>(nullptr));
-    return &program;
-}
-
 HICON LoadIconW(HINSTANCE, LPCWSTR name) { return const_cast<WCHAR*>(name); }
 
 HCURSOR LoadCursorW(HINSTANCE, LPCWSTR name) { return const_cast<WCHAR*>(name); }
