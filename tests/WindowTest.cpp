@@ -153,6 +153,7 @@ TEST(GraphicalContext, DrawsAndSharesWithTheFirstContext)
     Win32Window window(nullptr);
     window.create(320, 240, freshTitle("GL"));
     window.show();
+    // The process's first context: every later one shares its objects.
     auto first = std::make_unique<Win32GraphicalContext>(window.getDisplay());
     first->acquire();
     EXPECT_EQ(clearAndRead(1.0f, 0.5f, 0.0f), 0xFF8000u);
