@@ -78,7 +78,7 @@ TEST(Packet, NullBuffersAreRefusedUnlessEmpty)
     broken.m_size = 0;
 }
 
-TEST(Stream, OperatorsGoThroughReadAndWriteWhoseDefaultsDoNothing)
+TEST(Stream, OperatorsGoThroughReadAndWrite)
 {
     ScriptStream stream;
     stream << std::string("ab") << std::string() << Packet_T<char>(2, "xy");
@@ -91,13 +91,8 @@ TEST(Stream, OperatorsGoThroughReadAndWriteWhoseDefaultsDoNothing)
     stream >> text; // then "cd" and a read that delivers nothing
     EXPECT_EQ(text, "xabcd");
 
-    Stream& base = stream;
     for (Stream::StreamStatus status : {Stream::StreamReady, Stream::StreamClosed, Stream::StreamEnd, Stream::StreamFailed})
-        EXPECT_FALSE(base == status);
-    char byte = 'q';
-    EXPECT_EQ(&base.Stream::read(1, &byte), &base);
-    EXPECT_EQ(&base.Stream::write(1, &byte), &base);
-    EXPECT_EQ(byte, 'q');
+        EXPECT_FALSE(static_cast<Stream&>(stream) == status);
 }
 
 TEST(IPPacket, BuildsTheBytesThenTheAddressAndCopiesDeeply)
