@@ -98,19 +98,24 @@ TEST(Window, CaptureOnceTakesOneMessageOrNone)
     }).join();
 }
 
-TEST(Window, ShowAndHideMapTheWindow)
+TEST(Window, LivesFromCreateToDestroyAndOwnsItsTitle)
 {
     SKIP_WITHOUT_DISPLAY();
+    const std::string title = freshTitle("show");
     Win32Window window(nullptr);
-    window.create(320, 240, freshTitle("show"));
-    const auto handle = window.getDisplay();
+    window.create(320, 240, title);
+    const HWND handle = static_cast<HWND>(window.getDisplay());
     ASSERT_NE(handle, nullptr);
-    EXPECT_FALSE(IsWindowVisible(static_cast<HWND>(handle)));
+    EXPECT_FALSE(IsWindowVisible(handle));
     window.show();
-    EXPECT_TRUE(IsWindowVisible(static_cast<HWND>(handle)));
+    EXPECT_TRUE(IsWindowVisible(handle));
     window.hide();
-    EXPECT_FALSE(IsWindowVisible(static_cast<HWND>(handle)));
+    EXPECT_FALSE(IsWindowVisible(handle));
     EXPECT_EQ(window.getDisplay(), handle);
+    Win32Window second(nullptr);
+    EXPECT_TRUE(corvo_test::raisedAt<Exception>([&] { second.create(200, 100, title); },
+                                                "Win32Window::Exception: error registering the class [" + title + "]",
+                                                "src/Win32/Win32Window.cpp", "Vesk::Corvo::Win32Window::create"));
     EXPECT_TRUE(alive(handle));
     window.destroy();
     EXPECT_FALSE(alive(handle));
@@ -130,133 +135,67 @@ TEST(Window, TheCloseRequestDestroysTheWindowAndEndsThePump)
     EXPECT_TRUE(window.capture(false));
 }
 
-TEST(Window, ASecondCreateWithTheSameTitleIsRefused)
+// Clears the current context's frame to the colour and reads a pixel of it
+// back.
+std::uint32_t clearAndRead(float red, float green, float blue)
+{
+    glClearColor(red, green, blue, 1.0f);
+    glClear(GL_COLOR_BUFFER_BIT);
+    glFinish();
+    unsigned char pixel[4] = {};
+    glReadPixels(10, 10, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, pixel);
+    return (std::uint32_t(pixel[0]) << 16) | (std::uint32_t(pixel[1]) << 8) | pixel[2];
+}
+
+TEST(GraphicalContext, DrawsAndSharesWithTheFirstContext)
 {
     SKIP_WITHOUT_DISPLAY();
-    const std::string title = freshTitle("twice");
-    Win32Window first(nullptr);
-    first.create(200, 100, title);
-    Win32Window second(nullptr);
-    EXPECT_TRUE(corvo_test::raisedAt<Exception>([&] { second.create(200, 100, title); },
-                                                "Win32Window::Exception: error registering the class [" + title + "]",
-                                                "src/Win32/Win32Window.cpp", "Vesk::Corvo::Win32Window::create"));
-    first.destroy();
-    EXPECT_TRUE(first.capture(false));
-}
-
-// Every context of the suite shares with the first one, which lives as
-// long as the suite.
-class GraphicalContext : public ::testing::Test
-{
-protected:
-    static void SetUpTestSuite()
-    {
-        if (!haveDisplay())
-            return;
-        s_window = new Win32Window(nullptr);
-        s_window->create(320, 240, freshTitle("GL"));
-        s_window->show();
-        s_first = new Win32GraphicalContext(s_window->getDisplay());
-    }
-
-    static void TearDownTestSuite()
-    {
-        delete s_first;
-        if (s_window != nullptr)
-            s_window->destroy(), s_window->capture(false);
-        delete s_window;
-    }
-
-    void SetUp() override { SKIP_WITHOUT_DISPLAY(); }
-
-    // Clears the current context's frame to the colour and reads a pixel
-    // of it back.
-    static std::uint32_t clearAndRead(float red, float green, float blue)
-    {
-        glClearColor(red, green, blue, 1.0f);
-        glClear(GL_COLOR_BUFFER_BIT);
-        glFinish();
-        unsigned char pixel[4] = {};
-        glReadPixels(10, 10, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, pixel);
-        return (std::uint32_t(pixel[0]) << 16) | (std::uint32_t(pixel[1]) << 8) | pixel[2];
-    }
-
-    static Win32Window* s_window;
-    static Win32GraphicalContext* s_first;
-};
-
-Win32Window* GraphicalContext::s_window = nullptr;
-Win32GraphicalContext* GraphicalContext::s_first = nullptr;
-
-TEST_F(GraphicalContext, ClearsToAColourThatReadsBack)
-{
-    s_first->acquire();
+    Win32Window window(nullptr);
+    window.create(320, 240, freshTitle("GL"));
+    window.show();
+    // The process's first context: every later one shares its objects.
+    auto first = std::make_unique<Win32GraphicalContext>(window.getDisplay());
+    first->acquire();
     EXPECT_EQ(clearAndRead(1.0f, 0.5f, 0.0f), 0xFF8000u);
     EXPECT_EQ(clearAndRead(0.0f, 0.0f, 1.0f), 0x0000FFu);
-    s_first->swapBuffers();
-    s_first->release();
-}
-
-TEST_F(GraphicalContext, CloneIsAnotherContextOnTheSameWindow)
-{
-    std::unique_ptr<Win32GraphicalContext> clone(s_first->clone());
-    EXPECT_EQ(clone->getWindowHandle(), s_first->getWindowHandle());
-    EXPECT_EQ(clone->getDisplay(), clone->getWindowHandle());
-    s_first->acquire();
-    const HGLRC first = wglGetCurrentContext();
-    clone->acquire();
-    EXPECT_NE(wglGetCurrentContext(), first);
-    EXPECT_EQ(clearAndRead(0.0f, 1.0f, 0.0f), 0x00FF00u);
-    clone->release();
-}
-
-TEST_F(GraphicalContext, ALaterContextSeesTheObjectsOfTheFirst)
-{
-    s_first->acquire();
+    first->swapBuffers();
     GLuint texture = 0;
     glGenTextures(1, &texture);
     glBindTexture(GL_TEXTURE_2D, texture);
     const unsigned char texel[4] = {1, 2, 3, 4};
     glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, 1, 1, 0, GL_RGBA, GL_UNSIGNED_BYTE, texel);
     glFinish();
-    s_first->release();
+    const HGLRC firstContext = wglGetCurrentContext();
+    first->release();
+    EXPECT_EQ(wglGetCurrentContext(), nullptr);
 
-    Win32GraphicalContext later(s_window->getDisplay());
-    later.acquire();
+    // A clone is a later context on the same window, sharing the objects of
+    // the first.
+    std::unique_ptr<Win32GraphicalContext> clone(first->clone());
+    EXPECT_EQ(clone->getWindowHandle(), first->getWindowHandle());
+    EXPECT_EQ(clone->getDisplay(), clone->getWindowHandle());
+    clone->acquire();
+    EXPECT_NE(wglGetCurrentContext(), firstContext);
     EXPECT_EQ(glIsTexture(texture), GL_TRUE);
+    EXPECT_EQ(clearAndRead(0.0f, 1.0f, 0.0f), 0x00FF00u);
     glDeleteTextures(1, &texture);
-}
 
-TEST_F(GraphicalContext, ReleaseAndDestructionLeaveNoCurrentContext)
-{
-    s_first->acquire();
-    ASSERT_NE(wglGetCurrentContext(), nullptr);
-    s_first->release();
+    // Destroying a context that isn't current still leaves none current.
+    first->acquire();
+    clone.reset();
     EXPECT_EQ(wglGetCurrentContext(), nullptr);
 
-    // Even when the context destroyed is not the current one.
-    s_first->acquire();
-    delete s_first->clone();
-    EXPECT_EQ(wglGetCurrentContext(), nullptr);
-}
-
-TEST_F(GraphicalContext, DisplaySizeIsTheClientArea)
-{
     unsigned long width = 0, height = 0;
-    ASSERT_TRUE(s_first->getDisplaySize(width, height));
+    ASSERT_TRUE(first->getDisplaySize(width, height));
     RECT area;
-    ASSERT_TRUE(GetClientRect(static_cast<HWND>(s_window->getDisplay()), &area));
+    ASSERT_TRUE(GetClientRect(static_cast<HWND>(window.getDisplay()), &area));
     EXPECT_EQ(width, static_cast<unsigned long>(area.right));
     EXPECT_EQ(height, static_cast<unsigned long>(area.bottom));
     EXPECT_TRUE(width > 0 && width < 320 && height > 0 && height < 240) << width << "x" << height;
-
-    Win32Window window(nullptr);
-    window.create(200, 100, freshTitle("dead"));
-    Win32GraphicalContext context(window.getDisplay());
     window.destroy();
     EXPECT_TRUE(window.capture(false));
     width = height = 7;
-    EXPECT_FALSE(context.getDisplaySize(width, height));
+    EXPECT_FALSE(first->getDisplaySize(width, height));
     EXPECT_EQ(std::make_pair(width, height), std::make_pair(7ul, 7ul));
 }
 
