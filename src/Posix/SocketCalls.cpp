@@ -23,6 +23,7 @@ namespace {
 
 const int notSocket = 10038; // WSAENOTSOCK
 const int badAddress = 10014; // WSAEFAULT
+const int messageTooLong = 10040; // WSAEMSGSIZE
 const SocketValue invalidSocket = ~static_cast<SocketValue>(0);
 
 template <typename Result>
@@ -174,15 +175,21 @@ int receiveSocket(SocketValue s, char* buffer, int length, int flags, void* from
 {
     if (length < 0)
         return failWith(badAddress, -1);
-    socklen_t size = fromLength != nullptr ? static_cast<socklen_t>(*fromLength) : 0;
-    const ssize_t received = retryOnInterrupt([&] {
-        return ::recvfrom(descriptorOf(s), buffer, static_cast<std::size_t>(length), flags,
-                          static_cast<sockaddr*>(from), fromLength != nullptr ? &size : nullptr);
-    });
+    iovec part{buffer, static_cast<std::size_t>(length)};
+    msghdr message{};
+    message.msg_name = from;
+    message.msg_namelen = fromLength != nullptr ? static_cast<socklen_t>(*fromLength) : 0;
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    const ssize_t received = retryOnInterrupt([&] { return ::recvmsg(descriptorOf(s), &message, flags); });
     if (received < 0)
         return failFromSocketErrno(-1);
     if (fromLength != nullptr)
-        *fromLength = static_cast<int>(size);
+        *fromLength = static_cast<int>(message.msg_namelen);
+    // A datagram longer than the buffer is an error on Windows, not a
+    // silent cut; the part that fits is in the buffer either way.
+    if (message.msg_flags & MSG_TRUNC)
+        return failWith(messageTooLong, -1);
     return static_cast<int>(received);
 }
 

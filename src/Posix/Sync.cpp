@@ -7,6 +7,7 @@
 #include "Win32Sync.h"
 #include "Win32Thread.h"
 
+#include <atomic>
 #include <new>
 
 namespace Vesk {
@@ -188,6 +189,10 @@ public:
     }
 };
 
+// The state is a word of its own, so that resetting an event, and setting
+// one that nobody waits on, take no lock. A waiter counts itself before it
+// looks at the state, so a setter that counts no waiter can't miss one: the
+// waiter's look comes after the set.
 class EventObject : public KernelObject
 {
 public:
@@ -202,27 +207,36 @@ public:
 
     WaitOutcome wait(const Deadline& deadline) override
     {
+        if (take())
+            return WaitOutcome::Acquired;
         MonitorLock hold(m_monitor);
-        return hold.waitFor(deadline, [this] {
-            if (!m_signalled)
-                return false;
-            m_signalled = m_manualReset;
-            return true;
-        });
+        ++m_waiters;
+        const WaitOutcome outcome = hold.waitFor(deadline, [this] { return take(); });
+        --m_waiters;
+        return outcome;
     }
 
     void set(bool signalled)
     {
-        MonitorLock hold(m_monitor);
-        m_signalled = signalled;
-        if (signalled)
+        if (!signalled)
+            m_signalled.store(false, std::memory_order_release);
+        else if (!m_signalled.exchange(true) && m_waiters.load() > 0) {
+            MonitorLock hold(m_monitor);
             hold.notifyAll();
+        }
     }
 
 private:
+    bool take()
+    {
+        bool expected = true;
+        return m_manualReset ? m_signalled.load() : m_signalled.compare_exchange_strong(expected, false);
+    }
+
     Monitor m_monitor;
     const bool m_manualReset;
-    bool m_signalled;
+    std::atomic<bool> m_signalled;
+    std::atomic<unsigned> m_waiters{0};
 };
 
 // The handle of a new object, or, for a name, of the object that the name
