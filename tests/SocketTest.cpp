@@ -152,10 +152,14 @@ TEST(Socket, UdpReadAnswersTheSenderAndLogs)
 
     server.sendTo(IPPacket(nullptr, 0, SocketAddress(loopback, port)));
     EXPECT_EQ(server.receiveFrom().packet.m_size, 0u);
+    // A datagram longer than the block fails the read rather than being cut.
+    client.write(packetOf(std::string(300, 'x')));
+    EXPECT_TRUE(throwsWith<UDPStreamException>([&] { server.read(256); },
+                                               "Error reading from Socket WSAEMSGSIZE [10040]"));
     client.close();
     server.close();
 
-    const std::vector<std::string> expected = {"write", "read", "write", "close", "close"};
+    const std::vector<std::string> expected = {"write", "read", "write", "write", "read", "close", "close"};
     ASSERT_EQ(recorder.records.size(), expected.size());
     for (std::size_t i = 0; i < expected.size(); ++i) {
         EXPECT_NE(recorder.records[i].head.find("[DEBUG]Vesk::Corvo::Win32Socket::" + expected[i] + "] "), std::string::npos)
