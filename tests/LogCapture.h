@@ -15,8 +15,7 @@ namespace corvo_test {
 
 struct Record
 {
-    std::string policy;
-    std::string head;
+    std::string policy, head;
     std::string text; // wide texts as their low bytes, enough for ASCII
     bool wide;
 };
@@ -25,7 +24,6 @@ class RecordingPolicy : public Vesk::Zim::LogPolicy
 {
 public:
     RecordingPolicy(const std::string& name, std::vector<Record>& sink) : LogPolicy(name), m_sink(sink) {}
-
     void log(const std::string& head, const std::wstring& text) override
     {
         m_sink.push_back(Record{getName(), head, std::string(text.begin(), text.end()), true});
@@ -44,12 +42,11 @@ private:
 class Recorder
 {
 public:
-    explicit Recorder(const std::string& name) : m_name(name), m_policy(name, records)
+    explicit Recorder(const std::string& name) : m_policy(name, records)
     {
         Vesk::Zim::Logger::getSingleton().addPolicy(m_policy, true);
     }
-    ~Recorder() { Vesk::Zim::Logger::getSingleton().disablePolicy(m_name); }
-
+    ~Recorder() { Vesk::Zim::Logger::getSingleton().disablePolicy(m_policy.getName()); }
     std::vector<std::string> texts() const
     {
         std::vector<std::string> result;
@@ -61,7 +58,6 @@ public:
     std::vector<Record> records;
 
 private:
-    std::string m_name;
     RecordingPolicy m_policy;
 };
 
