@@ -37,16 +37,16 @@ private:
     std::vector<Record>& m_sink;
 };
 
-// A recording policy under a name of its own, enabled in the process's
-// Logger for the life of the object.
-class Recorder
+// A recording policy of its own, enabled in the process's Logger for the
+// life of the object.
+class Recorder : public RecordingPolicy
 {
 public:
-    explicit Recorder(const std::string& name) : m_policy(name, records)
+    explicit Recorder(const std::string& name) : RecordingPolicy(name, records)
     {
-        Vesk::Zim::Logger::getSingleton().addPolicy(m_policy, true);
+        Vesk::Zim::Logger::getSingleton().addPolicy(*this, true);
     }
-    ~Recorder() { Vesk::Zim::Logger::getSingleton().disablePolicy(m_policy.getName()); }
+    ~Recorder() override { Vesk::Zim::Logger::getSingleton().disablePolicy(getName()); }
     std::vector<std::string> texts() const
     {
         std::vector<std::string> result;
@@ -56,9 +56,6 @@ public:
     }
 
     std::vector<Record> records;
-
-private:
-    RecordingPolicy m_policy;
 };
 
 // Redirects std::cout for its lifetime.

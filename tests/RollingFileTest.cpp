@@ -29,9 +29,6 @@ Names withThread(const Names& lines)
     return result;
 }
 
-// The characters a record counts before its text: "<thread> - <n> - ".
-std::size_t startLength(unsigned long long record) { return (thread() + " - " + std::to_string(record) + " - ").size(); }
-
 } // namespace
 
 // One policy on a directory that holds some old files: after construction
@@ -40,6 +37,8 @@ std::size_t startLength(unsigned long long record) { return (thread() + " - " + 
 // hidden as well.
 TEST(RollingFile, SeriesOnDirectoriesOfOldFiles)
 {
+    // A line counts its characters without the line end.
+    const Names fit = withThread({"0 - h 0123456789", "1 - h 0123456789"});
     const struct
     {
         const char* label;
@@ -52,13 +51,11 @@ TEST(RollingFile, SeriesOnDirectoriesOfOldFiles)
         Names after;
         std::vector<std::pair<std::string, Names>> lines;
     } runs[] = {
-        // The first two records fit exactly; the roll comes after the third,
+        // The first two lines fit exactly; the roll comes after the third,
         // which crosses the limit.
-        {"limit", {}, "log%hu.txt", 9, startLength(0) + startLength(1) + 2 * std::string("h 0123456789").size(),
-         {"0123456789", "0123456789", "0123456789!", "after"}, "log1.txt", {"log1.txt", "log2.txt"},
+        {"limit", {}, "log%hu.txt", 9, fit[0].size() + fit[1].size(), {"0123456789", "0123456789", "0123456789!", "after"},
+         "log1.txt", {"log1.txt", "log2.txt"},
          {{"log1.txt", {"0 - h 0123456789", "1 - h 0123456789", "2 - h 0123456789!"}}, {"log2.txt", {"3 - h after"}}}},
-        {"empty", {}, "log%hu.txt", 5, 1000, {"one", "two"}, "log1.txt", {"log1.txt"},
-         {{"log1.txt", {"0 - h one", "1 - h two"}}}},
         // A restart never writes on into the last file, and counts anew.
         {"restart", {"log1.txt"}, "log%hu.txt", 5, 1000, {"three"}, "log2.txt", {"log1.txt", "log2.txt"},
          {{"log2.txt", {"0 - h three"}}}},
@@ -89,8 +86,8 @@ TEST(RollingFile, SeriesOnDirectoriesOfOldFiles)
         std::set<std::string> before(run.old.begin(), run.old.end());
         for (const std::string& name : run.old) {
             dir.write(name, "old\n");
-            const DWORD attributes = name[0] == '.' ? FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN : FILE_ATTRIBUTE_NORMAL;
-            EXPECT_NE(SetFileAttributesA(dir.file(name).c_str(), attributes), 0);
+            const DWORD protect = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN;
+            EXPECT_NE(SetFileAttributesA(dir.file(name).c_str(), name[0] == '.' ? protect : FILE_ATTRIBUTE_NORMAL), 0);
         }
         before.insert(run.first);
         {
@@ -111,7 +108,7 @@ TEST(RollingFile, WideTextCountsItsCharacters)
 {
     TempDirectory dir("wide");
     {
-        LogToRollingFilePolicy policy(dir.path(), "w%hu", 9, startLength(0) + 2);
+        LogToRollingFilePolicy policy(dir.path(), "w%hu", 9, withThread({"0 - "})[0].size() + 2);
         policy.log("", std::wstring(L"\x00E9\x20AC"));
         EXPECT_EQ(dir.names(), (Names{"w1"}));
     }
