@@ -194,10 +194,7 @@ TEST(LogToFilePolicy, AppendsFlushedLinesWholeAndWideTextAsUtf8)
         // The file holds each line as soon as it is logged.
         EXPECT_EQ(dir.lines("file.log").size(), 3u);
         first.log("h ", longText);
-        std::wstring wide = L"caf\x00E9 ";
-        wide += static_cast<wchar_t>(0xD83D);
-        wide += static_cast<wchar_t>(0xDE00);
-        first.log("h ", wide);
+        first.log("h ", std::wstring(L"caf\x00E9 \xD83D\xDE00"));
         first.log("h ", std::string());
     }
     const std::string column = threadNumber() + " - ";
