@@ -14,8 +14,7 @@
 
 using namespace Vesk::Corvo;
 using namespace Vesk::Zim;
-using corvo_test::CoutCapture;
-using corvo_test::throwsWith;
+using namespace corvo_test;
 
 namespace {
 
@@ -50,7 +49,7 @@ TEST(LoggerLifecycle, FirstUseBuildsTheOnlyLogger)
     }
 
     // A second Logger is refused with the hand-written report.
-    EXPECT_TRUE(corvo_test::raisedAt<Vesk::Zim::Exception>([] { Logger second(LogInfo); },
+    EXPECT_TRUE(raisedAt<Vesk::Zim::Exception>([] { Logger second(LogInfo); },
                                                            "Logger instance already set ", "ZimLogger",
                                                            "Logger::Logger", 25));
     EXPECT_EQ(&Logger::getSingleton(), first);
@@ -71,7 +70,7 @@ TEST(LoggerLifecycle, FirstUseBuildsTheOnlyLogger)
 
 TEST(DeveloperConfig, PresetsAndTextForms)
 {
-    corvo_test::Recorder recorder("config");
+    Recorder recorder("config");
     // The lowest level that passes the Logger's filter.
     auto lowestPassing = [&] {
         recorder.records.clear();

@@ -17,11 +17,7 @@
 #include <thread>
 
 using namespace Vesk::Zim;
-using corvo_test::CoutCapture;
-using corvo_test::Record;
-using corvo_test::Recorder;
-using corvo_test::RecordingPolicy;
-using corvo_test::throwsWith;
+using namespace corvo_test;
 
 namespace {
 
@@ -39,6 +35,16 @@ Logger& logger() { return Logger::getSingleton(); }
 }
 
 std::string threadNumber() { return std::to_string(static_cast<unsigned long long>(GetCurrentThreadId())); }
+
+// Hands each narrow record to a function.
+struct CallPolicy : LogPolicy
+{
+    typedef std::function<void(const std::string& head, const std::string& text)> Call;
+    CallPolicy(const std::string& name, Call call) : LogPolicy(name), call(call) {}
+    void log(const std::string&, const std::wstring&) override {}
+    void log(const std::string& head, const std::string& text) override { call(head, text); }
+    Call call;
+};
 
 } // namespace
 
@@ -87,7 +93,7 @@ TEST(Logger, PolicyManagement)
 {
     std::vector<Record> records;
     RecordingPolicy p("managed", records);
-    EXPECT_TRUE(corvo_test::raisedAt<Exception>([] { logger().enablePolicy("nobody"); },
+    EXPECT_TRUE(raisedAt<Exception>([] { logger().enablePolicy("nobody"); },
                                                 "A log Policy with name [nobody] does not exist within the system",
                                                 "src/Zim/Zimlogger.cpp", "Vesk::Zim::Logger::enablePolicy"));
     logger().disablePolicy("nobody");
@@ -134,23 +140,6 @@ TEST(Logger, PolicyManagement)
     EXPECT_NE(capture.text().find("] to the built-in"), std::string::npos);
 }
 
-namespace {
-
-// Hands each narrow record to a function.
-class CallPolicy : public LogPolicy
-{
-public:
-    typedef std::function<void(const std::string& head, const std::string& text)> Call;
-    CallPolicy(const std::string& name, Call call) : LogPolicy(name), m_call(call) {}
-    void log(const std::string&, const std::wstring&) override {}
-    void log(const std::string& head, const std::string& text) override { m_call(head, text); }
-
-private:
-    Call m_call;
-};
-
-} // namespace
-
 TEST(Logger, PoliciesMayLogAgainAndAThrowFreesTheLock)
 {
     logger().setLogFilterLevel(LogDebug);
@@ -182,7 +171,7 @@ TEST(Logger, PoliciesMayLogAgainAndAThrowFreesTheLock)
 
 TEST(LogToFilePolicy, AppendsFlushedLinesWholeAndWideTextAsUtf8)
 {
-    corvo_test::TempDirectory dir("file-policy");
+    TempDirectory dir("file-policy");
     dir.write("file.log", "earlier record\n");
     // Far longer than any buffer, and the short record after it too.
     const std::string longText(300000, 'L');
@@ -212,7 +201,7 @@ TEST(LogToFilePolicy, AppendsFlushedLinesWholeAndWideTextAsUtf8)
 // arrives once, whole, tagged with its thread's number.
 TEST(Logger, ConcurrentRecordsNeverInterleave)
 {
-    corvo_test::TempDirectory dir("concurrent");
+    TempDirectory dir("concurrent");
     const int threads = 8, perThread = 20000;
     Texts ids(threads);
     {

@@ -9,8 +9,7 @@
 #include <stdexcept>
 
 using namespace Vesk::Zim;
-using corvo_test::Record;
-using corvo_test::Recorder;
+using namespace corvo_test;
 
 namespace {
 
