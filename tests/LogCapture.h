@@ -28,7 +28,10 @@ struct RecordingPolicy : Vesk::Zim::LogPolicy
     {
         sink.push_back(Record{getName(), head, std::string(text.begin(), text.end()), true});
     }
-    void log(const std::string& head, const std::string& text) override { sink.push_back({getName(), head, text, false}); }
+    void log(const std::string& head, const std::string& text) override
+    {
+        sink.push_back(Record{getName(), head, text, false});
+    }
     std::vector<Record>& sink;
 };
 

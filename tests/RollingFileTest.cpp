@@ -53,8 +53,8 @@ TEST(RollingFile, SeriesOnDirectoriesOfOldFiles)
     } runs[] = {
         // The first two lines fit exactly; the roll comes after the third,
         // which crosses the limit.
-        {"limit", {}, "log%hu.txt", 9, fit[0].size() + fit[1].size(), {"0123456789", "0123456789", "0123456789!", "after"},
-         "log1.txt", {"log1.txt", "log2.txt"},
+        {"limit", {}, "log%hu.txt", 9, fit[0].size() + fit[1].size(),
+         {"0123456789", "0123456789", "0123456789!", "after"}, "log1.txt", {"log1.txt", "log2.txt"},
          {{"log1.txt", {"0 - h 0123456789", "1 - h 0123456789", "2 - h 0123456789!"}}, {"log2.txt", {"3 - h after"}}}},
         // A restart never writes on into the last file, and counts anew.
         {"restart", {"log1.txt"}, "log%hu.txt", 5, 1000, {"three"}, "log2.txt", {"log1.txt", "log2.txt"},
