@@ -13,43 +13,37 @@
 
 namespace corvo_test {
 
+// A wide text is kept as its low bytes, enough for ASCII.
 struct Record
 {
-    std::string policy;
-    std::string head;
-    std::string text; // wide texts as their low bytes, enough for ASCII
+    std::string policy, head, text;
     bool wide;
 };
 
-class RecordingPolicy : public Vesk::Zim::LogPolicy
+// Records what it is given, into a list that several policies may share.
+struct RecordingPolicy : Vesk::Zim::LogPolicy
 {
-public:
-    RecordingPolicy(const std::string& name, std::vector<Record>& sink) : LogPolicy(name), m_sink(sink) {}
-
+    RecordingPolicy(const std::string& name, std::vector<Record>& sink) : LogPolicy(name), sink(sink) {}
     void log(const std::string& head, const std::wstring& text) override
     {
-        m_sink.push_back(Record{getName(), head, std::string(text.begin(), text.end()), true});
+        sink.push_back(Record{getName(), head, std::string(text.begin(), text.end()), true});
     }
     void log(const std::string& head, const std::string& text) override
     {
-        m_sink.push_back(Record{getName(), head, text, false});
+        sink.push_back(Record{getName(), head, text, false});
     }
-
-private:
-    std::vector<Record>& m_sink;
+    std::vector<Record>& sink;
 };
 
-// A recording policy under a name of its own, enabled in the process's
-// Logger for the life of the object.
-class Recorder
+// A recording policy of its own, enabled in the process's Logger for the
+// life of the object.
+struct Recorder : RecordingPolicy
 {
-public:
-    explicit Recorder(const std::string& name) : m_name(name), m_policy(name, records)
+    explicit Recorder(const std::string& name) : RecordingPolicy(name, records)
     {
-        Vesk::Zim::Logger::getSingleton().addPolicy(m_policy, true);
+        Vesk::Zim::Logger::getSingleton().addPolicy(*this, true);
     }
-    ~Recorder() { Vesk::Zim::Logger::getSingleton().disablePolicy(m_name); }
-
+    ~Recorder() override { Vesk::Zim::Logger::getSingleton().disablePolicy(getName()); }
     std::vector<std::string> texts() const
     {
         std::vector<std::string> result;
@@ -59,10 +53,6 @@ public:
     }
 
     std::vector<Record> records;
-
-private:
-    std::string m_name;
-    RecordingPolicy m_policy;
 };
 
 // Redirects std::cout for its lifetime.

@@ -7,7 +7,8 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <memory>
+#include <set>
+#include <utility>
 
 using Vesk::Zim::LogToRollingFilePolicy;
 using corvo_test::TempDirectory;
@@ -18,144 +19,100 @@ typedef std::vector<std::string> Names;
 
 std::string thread() { return std::to_string(static_cast<unsigned long long>(GetCurrentThreadId())); }
 
-// The characters a record counts before its text: "<thread> - <n> - ".
-std::size_t startLength(unsigned long long record) { return (thread() + " - " + std::to_string(record) + " - ").size(); }
+// The lines of a file as the test expects them, each "<number> - <text>",
+// with the thread's column put in front.
+Names withThread(const Names& lines)
+{
+    Names result;
+    for (const std::string& line : lines)
+        result.push_back(thread() + " - " + line);
+    return result;
+}
 
 } // namespace
 
-TEST(RollingFile, SeriesStartsAfterTheFilesItFinds)
+// One policy on a directory that holds some old files: after construction
+// the directory holds them and the first file; after the records, the names
+// and lines given. Old files whose name starts with a dot are read-only and
+// hidden as well.
+TEST(RollingFile, SeriesOnDirectoriesOfOldFiles)
 {
-    TempDirectory dir("start");
+    // A line counts its characters without the line end.
+    const Names fit = withThread({"0 - h 0123456789", "1 - h 0123456789"});
+    const struct
     {
-        LogToRollingFilePolicy policy(dir.path(), "log%hu.txt", 5, 1000);
-        EXPECT_EQ(policy.getName(), "file");
-        policy.log("head ", std::string("first"));
-        policy.log("", std::string("second"));
+        const char* label;
+        Names old;
+        const char* format;
+        unsigned short maxFiles;
+        unsigned long long maxSize;
+        Names records;
+        const char* first;
+        Names after;
+        std::vector<std::pair<std::string, Names>> lines;
+    } runs[] = {
+        // The first two lines fit exactly; the roll comes after the third,
+        // which crosses the limit.
+        {"limit", {}, "log%hu.txt", 9, fit[0].size() + fit[1].size(),
+         {"0123456789", "0123456789", "0123456789!", "after"}, "log1.txt", {"log1.txt", "log2.txt"},
+         {{"log1.txt", {"0 - h 0123456789", "1 - h 0123456789", "2 - h 0123456789!"}}, {"log2.txt", {"3 - h after"}}}},
+        // A restart never writes on into the last file, and counts anew.
+        {"restart", {"log1.txt"}, "log%hu.txt", 5, 1000, {"three"}, "log2.txt", {"log1.txt", "log2.txt"},
+         {{"log2.txt", {"0 - h three"}}}},
+        // Size 0: one record per file. Numbers run 1, 2, 0, 1, 2, 0.
+        {"zero", {}, "log%hu.txt", 3, 0, {"r0", "r1", "r2", "r3", "r4"}, "log1.txt",
+         {"log0.txt", "log1.txt", "log2.txt"},
+         {{"log0.txt", {}}, {"log1.txt", {"3 - h r3"}}, {"log2.txt", {"4 - h r4"}}}},
+        {"single", {}, "only%hu", 1, 0, {"a", "b"}, "only0", {"only0"}, {{"only0", {}}}},
+        // Surplus files stay until the first record, then go in name order.
+        {"surplus", {"log1.txt", "log2.txt", "log3.txt", "log4.txt", "log5.txt", "notes.md"}, "log%hu.txt", 3, 1000,
+         {"x"}, "log0.txt", {"log0.txt", "log4.txt", "log5.txt", "notes.md"}, {}},
+        // Names sort byte-wise, "log10" < "log3.txt.bak" < "log9": the series
+        // goes on after 9, so 10 is taken again and starts empty.
+        {"sort", {"log9.txt", "log10.txt", "log3.txt.bak"}, "log%hu.txt", 20, 1000, {}, "log10.txt",
+         {"log10.txt", "log3.txt.bak", "log9.txt"}, {{"log10.txt", {}}}},
+        // A name accepted by its front goes in its turn.
+        {"front", {"log9.txt", "log10.txt", "log3.txt.bak"}, "log%hu.txt", 2, 1000, {"x"}, "log0.txt",
+         {"log0.txt", "log9.txt"}, {}},
+        // The wrapped restart's file bears the oldest entry's name: removing
+        // that entry must leave the file being written.
+        {"wrap", {"log0.txt", "log1.txt", "log2.txt"}, "log%hu.txt", 3, 1000, {"one", "two"}, "log0.txt",
+         {"log0.txt", "log1.txt", "log2.txt"}, {{"log0.txt", {"0 - h one", "1 - h two"}}}},
+        {"protected", {".r1.log"}, ".r%hu.log", 1, 1000, {"x"}, ".r0.log", {".r0.log"}, {}},
+    };
+    for (const auto& run : runs) {
+        SCOPED_TRACE(run.label);
+        TempDirectory dir(run.label);
+        std::set<std::string> before(run.old.begin(), run.old.end());
+        for (const std::string& name : run.old) {
+            dir.write(name, "old\n");
+            const DWORD protect = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN;
+            EXPECT_NE(SetFileAttributesA(dir.file(name).c_str(), name[0] == '.' ? protect : FILE_ATTRIBUTE_NORMAL), 0);
+        }
+        before.insert(run.first);
+        {
+            LogToRollingFilePolicy policy(dir.path(), run.format, run.maxFiles, run.maxSize);
+            EXPECT_EQ(policy.getName(), "file");
+            EXPECT_EQ(dir.names(), Names(before.begin(), before.end()));
+            for (const std::string& record : run.records)
+                policy.log("h ", record);
+        }
+        EXPECT_EQ(dir.names(), run.after);
+        for (const auto& file : run.lines)
+            EXPECT_EQ(dir.lines(file.first), withThread(file.second)) << file.first;
     }
-    EXPECT_EQ(dir.names(), (Names{"log1.txt"}));
-    EXPECT_EQ(dir.lines("log1.txt"), (Names{thread() + " - 0 - head first", thread() + " - 1 - second"}));
-
-    // A restart never writes on into the last file, and counts records anew.
-    {
-        LogToRollingFilePolicy policy(dir.path(), "log%hu.txt", 5, 1000);
-        policy.log("", std::string("third"));
-    }
-    EXPECT_EQ(dir.names(), (Names{"log1.txt", "log2.txt"}));
-    EXPECT_EQ(dir.lines("log2.txt"), (Names{thread() + " - 0 - third"}));
 }
 
-TEST(RollingFile, RollsAfterTheRecordThatCrossesTheLimit)
+// A wide text counts its wide characters, not its bytes in the file.
+TEST(RollingFile, WideTextCountsItsCharacters)
 {
-    TempDirectory dir("limit");
-    const std::string text = "0123456789";
-    // The first two records fit exactly; the third crosses the limit.
-    const unsigned long long limit = startLength(0) + startLength(1) + 2 * text.size();
+    TempDirectory dir("wide");
     {
-        LogToRollingFilePolicy policy(dir.path(), "log%hu.txt", 9, limit);
-        policy.log("", text);
-        policy.log("", text);
-        EXPECT_EQ(dir.names(), (Names{"log1.txt"}));
-        policy.log("", text + "!");
-        EXPECT_EQ(dir.names(), (Names{"log1.txt", "log2.txt"}));
-        policy.log("", std::string("after"));
-    }
-    EXPECT_EQ(dir.lines("log1.txt").size(), 3u);
-    EXPECT_EQ(dir.lines("log2.txt"), (Names{thread() + " - 3 - after"}));
-
-    // A wide text counts its wide characters, not its bytes in the file.
-    TempDirectory wide("wide");
-    {
-        LogToRollingFilePolicy policy(wide.path(), "w%hu", 9, startLength(0) + 2);
+        LogToRollingFilePolicy policy(dir.path(), "w%hu", 9, withThread({"0 - "})[0].size() + 2);
         policy.log("", std::wstring(L"\x00E9\x20AC"));
-        EXPECT_EQ(wide.names(), (Names{"w1"}));
+        EXPECT_EQ(dir.names(), (Names{"w1"}));
     }
-    EXPECT_EQ(wide.lines("w1"), (Names{thread() + " - 0 - \xC3\xA9\xE2\x82\xAC"}));
-}
-
-TEST(RollingFile, SizeZeroGivesOneRecordPerFileAndOneFileWraps)
-{
-    TempDirectory dir("zero");
-    {
-        LogToRollingFilePolicy policy(dir.path(), "log%hu.txt", 3, 0);
-        for (int i = 0; i < 5; ++i)
-            policy.log("", "r" + std::to_string(i));
-    }
-    // Numbers run 1, 2, 0, 1, 2, 0: three files stay, the last one empty.
-    EXPECT_EQ(dir.names(), (Names{"log0.txt", "log1.txt", "log2.txt"}));
-    EXPECT_EQ(dir.lines("log1.txt"), (Names{thread() + " - 3 - r3"}));
-    EXPECT_EQ(dir.lines("log2.txt"), (Names{thread() + " - 4 - r4"}));
-    EXPECT_TRUE(dir.lines("log0.txt").empty());
-
-    TempDirectory single("single");
-    {
-        LogToRollingFilePolicy policy(single.path(), "only%hu", 1, 0);
-        policy.log("", std::string("a"));
-        policy.log("", std::string("b"));
-        EXPECT_EQ(single.names(), (Names{"only0"}));
-    }
-    EXPECT_TRUE(single.lines("only0").empty());
-}
-
-TEST(RollingFile, SurplusFilesGoAtTheFirstRecordInNameOrder)
-{
-    TempDirectory dir("surplus");
-    for (int i = 1; i <= 5; ++i)
-        dir.write("log" + std::to_string(i) + ".txt", "old\n");
-    dir.write("notes.md", "not part of the series\n");
-    LogToRollingFilePolicy policy(dir.path(), "log%hu.txt", 3, 1000);
-    EXPECT_EQ(dir.names(), (Names{"log0.txt", "log1.txt", "log2.txt", "log3.txt", "log4.txt", "log5.txt", "notes.md"}));
-    policy.log("", std::string("x"));
-    EXPECT_EQ(dir.names(), (Names{"log0.txt", "log4.txt", "log5.txt", "notes.md"}));
-}
-
-TEST(RollingFile, NamesSortByteWiseAndMatchByTheirFront)
-{
-    TempDirectory dir("sort");
-    dir.write("log9.txt", "nine\n");
-    dir.write("log10.txt", "ten\n");
-    dir.write("log3.txt.bak", "front part only\n");
-    // "log10" < "log3.txt.bak" < "log9": the series goes on after 9, so 10
-    // is taken again and starts empty.
-    {
-        LogToRollingFilePolicy policy(dir.path(), "log%hu.txt", 20, 1000);
-        EXPECT_TRUE(dir.lines("log10.txt").empty());
-    }
-    // With room for two files, the accepted backup file goes in its turn.
-    {
-        LogToRollingFilePolicy policy(dir.path(), "log%hu.txt", 2, 1000);
-        policy.log("", std::string("x"));
-    }
-    EXPECT_EQ(dir.names(), (Names{"log0.txt", "log9.txt"}));
-}
-
-// After a restart in which the numbers wrap, the new file bears the name of
-// the oldest entry. Removing that entry must leave the file being written.
-TEST(RollingFile, WrappedRestartKeepsTheCurrentFile)
-{
-    TempDirectory dir("wrap");
-    for (int i = 0; i < 3; ++i)
-        dir.write("log" + std::to_string(i) + ".txt", "old\n");
-    {
-        LogToRollingFilePolicy policy(dir.path(), "log%hu.txt", 3, 1000);
-        policy.log("", std::string("one"));
-        policy.log("", std::string("two"));
-    }
-    EXPECT_EQ(dir.names(), (Names{"log0.txt", "log1.txt", "log2.txt"}));
-    EXPECT_EQ(dir.lines("log0.txt"), (Names{thread() + " - 0 - one", thread() + " - 1 - two"}));
-}
-
-TEST(RollingFile, ReadOnlyAndHiddenFilesGoLikePlainOnes)
-{
-    TempDirectory dir("protected");
-    dir.write(".r1.log", "old\n");
-    const std::string protectedFile = dir.file(".r1.log");
-    // Hidden by its name on Linux, by its attribute on Windows.
-    ASSERT_NE(SetFileAttributesA(protectedFile.c_str(), FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN), 0);
-    ASSERT_EQ(GetFileAttributesA(protectedFile.c_str()) & (FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN),
-              FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN);
-    LogToRollingFilePolicy policy(dir.path(), ".r%hu.log", 1, 1000);
-    policy.log("", std::string("x"));
-    EXPECT_EQ(dir.names(), (Names{".r0.log"}));
+    EXPECT_EQ(dir.lines("w1"), withThread({"0 - \xC3\xA9\xE2\x82\xAC"}));
 }
 
 TEST(RollingFile, MissingDirectoryRecoversAtALaterRoll)
@@ -167,5 +124,5 @@ TEST(RollingFile, MissingDirectoryRecoversAtALaterRoll)
     std::filesystem::create_directory(directory);
     policy.log("", std::string("lost too"));
     policy.log("", std::string("kept"));
-    EXPECT_EQ(parent.lines("later/log3.txt"), (Names{thread() + " - 2 - kept"}));
+    EXPECT_EQ(parent.lines("later/log3.txt"), withThread({"2 - kept"}));
 }

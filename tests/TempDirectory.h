@@ -23,6 +23,7 @@ public:
         std::filesystem::remove_all(m_path);
         std::filesystem::create_directories(m_path);
     }
+    // Read-only files would stay behind on Windows.
     ~TempDirectory()
     {
         std::error_code ignored;
@@ -34,6 +35,7 @@ public:
 
     std::string path() const { return m_path.string(); }
     std::string file(const std::string& name) const { return (m_path / name).string(); }
+    void write(const std::string& name, const std::string& content) const { std::ofstream(file(name)) << content; }
 
     // The names in the directory, sorted.
     std::vector<std::string> names() const
@@ -44,19 +46,13 @@ public:
         std::sort(result.begin(), result.end());
         return result;
     }
-
     std::vector<std::string> lines(const std::string& name) const
     {
-        std::ifstream in(file(name).c_str());
+        std::ifstream in(file(name));
         std::vector<std::string> result;
         for (std::string line; std::getline(in, line);)
             result.push_back(line);
         return result;
-    }
-
-    void write(const std::string& name, const std::string& content) const
-    {
-        std::ofstream(file(name).c_str()) << content;
     }
 
 private:

@@ -6,12 +6,10 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <stdexcept>
 
 using namespace Vesk::Zim;
-using corvo_test::Record;
-using corvo_test::Recorder;
+using namespace corvo_test;
 
 namespace {
 
@@ -21,53 +19,37 @@ typedef std::vector<std::string> Texts;
 
 } // namespace
 
-TEST(StackTracer, NestedScopesIndentAndUnwind)
+TEST(StackTracer, IndentsByDepthWhateverTheFilter)
 {
-    logger().setLogFilterLevel(LogTrace);
     Recorder recorder("tracer");
+    logger().setLogFilterLevel(LogTrace);
     {
         StackTracer a("a");
+        StackTracer("b");
+        // The depth moves while the filter keeps the records out.
         {
-            StackTracer b("b");
+            logger().setLogFilterLevel(LogDebug);
+            StackTracer hidden("hidden");
+            logger().setLogFilterLevel(LogInfo);
+            StackTracer shown("shown");
+            logger().setLogFilterLevel(LogDebug);
         }
-        try {
-            StackTracer thrower("thrower");
-            throw std::runtime_error("unwinding");
-        } catch (const std::runtime_error&) {
-        }
+        logger().setLogFilterLevel(LogTrace);
     }
-    StackTracer("after");
-    EXPECT_EQ(recorder.texts(), (Texts{"Enter:\ta", "\tEnter:\tb", "\tExit :\tb", "\tEnter:\tthrower",
-                                       "\tExit :\tthrower", "Exit :\ta", "Enter:\tafter", "Exit :\tafter"}));
-    EXPECT_EQ(recorder.records[0].head.substr(19), " [[TRACE]Vesk::Zim::StackTracer::trace] ");
-}
-
-TEST(StackTracer, DepthMovesWhileFilteredOut)
-{
-    Recorder recorder("tracer-filter");
-    logger().setLogFilterLevel(LogDebug);
-    {
-        StackTracer outer("outer");
-        logger().setLogFilterLevel(LogInfo);
-        StackTracer inner("inner");
-        logger().setLogFilterLevel(LogDebug);
-    }
-    logger().setLogFilterLevel(LogInfo);
-    StackTracer("last");
-    EXPECT_EQ(recorder.texts(), (Texts{"\tEnter:\tinner", "Enter:\tlast", "Exit :\tlast"}));
-}
-
-TEST(StackTracer, CopyLowersTheDepthOnceMore)
-{
-    logger().setLogFilterLevel(LogTrace);
-    Recorder recorder("tracer-copy");
+    // A copy lowers the depth once more than it rose; below zero there are
+    // no tabs.
     {
         StackTracer original("original");
         StackTracer copy(original);
     }
-    StackTracer("below zero");
-    EXPECT_EQ(recorder.texts(), (Texts{"Enter:\toriginal", "Exit :\toriginal", "Exit :\toriginal",
-                                       "Enter:\tbelow zero", "Exit :\tbelow zero"}));
+    {
+        StackTracer below("below");
+        StackTracer("zero");
+    }
+    EXPECT_EQ(recorder.texts(), (Texts{"Enter:\ta", "\tEnter:\tb", "\tExit :\tb", "\t\tEnter:\tshown", "Exit :\ta",
+                                       "Enter:\toriginal", "Exit :\toriginal", "Exit :\toriginal", "Enter:\tbelow",
+                                       "Enter:\tzero", "Exit :\tzero", "Exit :\tbelow"}));
+    EXPECT_EQ(recorder.records[0].head.substr(19), " [[TRACE]Vesk::Zim::StackTracer::trace] ");
     // Give the process its depth back: one tracer that is never destroyed.
     alignas(StackTracer) static unsigned char storage[sizeof(StackTracer)];
     new (storage) StackTracer("balance");
@@ -75,27 +57,18 @@ TEST(StackTracer, CopyLowersTheDepthOnceMore)
 
 namespace {
 
-// A suite whose body reports its lines, or throws.
-class Suite : public UnitTestSuite
+// A suite whose body reports its lines, and throws at a line "throw".
+struct Suite : UnitTestSuite
 {
-public:
-    Suite(const std::string& name, Texts lines, bool throws = false)
-        : UnitTestSuite(name), m_lines(lines), m_throws(throws)
-    {
-    }
+    Suite(const std::string& name, Texts lines) : UnitTestSuite(name), lines(lines) {}
     void run() override
     {
         ++runs;
-        if (m_throws)
-            throw std::runtime_error("suite failed");
-        for (const std::string& line : m_lines)
-            result(line);
+        for (const std::string& line : lines)
+            line == "throw" ? throw std::runtime_error("suite failed") : result(line);
     }
+    Texts lines;
     int runs = 0;
-
-private:
-    Texts m_lines;
-    bool m_throws;
 };
 
 std::string start(const std::string& name) { return "- Starting Test Suite\n |_[" + name + "]"; }
@@ -103,78 +76,58 @@ const std::string end = " ____________________________________________________ C
 
 } // namespace
 
+// A body that throws ends the run: the suites after it don't run.
 TEST(UnitTestSuite, RunsInConstructionOrderAndRepeatsAllResults)
 {
     ASSERT_EQ(end.size(), 80u);
     ResultList::getSingleton().clear();
     Recorder recorder("suites");
-    Suite a("A", {"a1"});
-    Suite b("B", {"b1", "b2"});
+    Suite a("A", {"a1"}), b("B", {"b1", "b2"}), broken("Broken", {"throw"}), c("C", {"c1"});
     UnitTestSuite::result("early");
-    UnitTestSuite::execute();
-    EXPECT_EQ(recorder.texts(), (Texts{start("A"), "\t|_early", "\t|_a1", end, start("B"), "\t|_early",
-                                       "\t|_a1", "\t|_b1", "\t|_b2", end}));
+    EXPECT_THROW(UnitTestSuite::execute(), std::runtime_error);
+    EXPECT_EQ(recorder.texts(), (Texts{start("A"), "\t|_early", "\t|_a1", end, start("B"), "\t|_early", "\t|_a1",
+                                       "\t|_b1", "\t|_b2", end, start("Broken")}));
+    EXPECT_EQ(c.runs, 0);
     for (const Record& r : recorder.records)
         EXPECT_EQ(r.head, "");
-
     recorder.records.clear();
     UnitTestSuite::printResult();
     UnitTestSuite::printResult();
     EXPECT_EQ(recorder.records.size(), 8u);
 }
 
-TEST(UnitTestSuite, EnableAndRunOnlyChooseTheSuites)
+TEST(UnitTestSuite, EnableRunOnlyAndDestructionChooseTheSuites)
 {
     ResultList::getSingleton().clear();
     Recorder recorder("suites-choice");
     Suite a("A", {}), b("B", {}), c("C", {});
+    const Suite copy(a);
+    EXPECT_EQ(UnitTestSuiteList::getSingleton().size(), 3u); // copies are not registered
     b.enable(false);
-    EXPECT_FALSE(b.isEnabled());
     UnitTestSuite::execute();
     EXPECT_EQ(recorder.texts(), (Texts{start("A"), end, start("C"), end}));
 
+    // The flags stay as runOnly left them.
     UnitTestSuite::runOnly("B");
-    EXPECT_TRUE(b.isEnabled());
-    EXPECT_FALSE(a.isEnabled());
     recorder.records.clear();
     UnitTestSuite::execute();
     UnitTestSuite::execute();
     EXPECT_EQ(recorder.texts(), (Texts{start("B"), end, start("B"), end}));
-
     UnitTestSuite::runOnly("b");
     recorder.records.clear();
     UnitTestSuite::execute();
     EXPECT_TRUE(recorder.records.empty());
     EXPECT_EQ(a.runs + b.runs + c.runs, 4);
-}
 
-TEST(UnitTestSuite, AThrowingBodyEndsTheRun)
-{
-    ResultList::getSingleton().clear();
-    Recorder recorder("suites-throw");
-    Suite a("A", {"a1"}), broken("Broken", {}, true), c("C", {"c1"});
-    EXPECT_THROW(UnitTestSuite::execute(), std::runtime_error);
-    EXPECT_EQ(recorder.texts(), (Texts{start("A"), "\t|_a1", end, start("Broken")}));
-    EXPECT_EQ(c.runs, 0);
-    EXPECT_TRUE(c.isEnabled());
-}
-
-TEST(UnitTestSuite, DestroyingAnySuiteEmptiesTheRegistry)
-{
-    Recorder recorder("suites-destroyed");
-    Suite kept("Kept", {});
-    std::unique_ptr<Suite> gone(new Suite("Gone", {}));
-    const Suite copy(kept);
-    EXPECT_EQ(UnitTestSuiteList::getSingleton().size(), 2u); // copies are not registered
-    gone.reset();
+    // Destroying any suite empties the registry.
+    UnitTestSuite::runOnly("A");
+    Suite("Gone", {});
     UnitTestSuite::execute();
-    EXPECT_EQ(kept.runs, 0);
-    EXPECT_TRUE(recorder.records.empty());
+    EXPECT_EQ(a.runs, 1);
 
     // With no policy on, bodies still run and results still gather.
-    ResultList::getSingleton().clear();
     Suite quiet("Quiet", {"q"});
-    logger().disablePolicy("suites-destroyed");
+    logger().disablePolicy("suites-choice");
     UnitTestSuite::execute();
     EXPECT_EQ(quiet.runs, 1);
     EXPECT_EQ(ResultList::getSingleton().size(), 1u);
