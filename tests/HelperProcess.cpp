@@ -29,7 +29,6 @@ int helperRole(const std::string& role, const std::string& name)
         Win32Mutex mutex(name, true);
         mutex.acquire();
         std::_Exit(0); // owning it
-
     }
     if (role == "try-mutex")
         return Win32Mutex(name, true).try_acquire() ? 1 : 0;
@@ -64,10 +63,7 @@ int runHelper(const std::string& role, const std::string& name)
     return static_cast<int>(code);
 }
 
-std::string uniqueName(const std::string& what)
-{
-    return "corvo-test-" + std::to_string(GetCurrentProcessId()) + "-" + what;
-}
+static unsigned long processId() { return GetCurrentProcessId(); }
 #else
 int runHelper(const std::string& role, const std::string& name)
 {
@@ -81,11 +77,13 @@ int runHelper(const std::string& role, const std::string& name)
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
+static unsigned long processId() { return static_cast<unsigned long>(getpid()); }
+#endif
+
 std::string uniqueName(const std::string& what)
 {
-    return "corvo-test-" + std::to_string(getpid()) + "-" + what;
+    return "corvo-test-" + std::to_string(processId()) + "-" + what;
 }
-#endif
 
 } // namespace corvo_test
 
