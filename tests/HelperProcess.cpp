@@ -12,10 +12,10 @@
 #if defined(_WIN32)
 #  include <windows.h>
 #else
-#  include <spawn.h>
 #  include <sys/wait.h>
 #  include <unistd.h>
-extern char** environ;
+
+#  include <filesystem>
 #endif
 
 using namespace Vesk::Corvo;
@@ -43,46 +43,27 @@ int helperRole(const std::string& role, const std::string& name)
 
 namespace corvo_test {
 
-#if defined(_WIN32)
 int runHelper(const std::string& role, const std::string& name)
 {
+    const std::string arguments = " --helper " + role + " " + name;
+#if defined(_WIN32)
     char program[MAX_PATH];
     GetModuleFileNameA(nullptr, program, MAX_PATH);
-    std::string command = std::string("\"") + program + "\" --helper " + role + " " + name;
-    STARTUPINFOA startup = {};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION process = {};
-    if (!CreateProcessA(nullptr, &command[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                        &startup, &process))
-        return -1;
-    WaitForSingleObject(process.hProcess, INFINITE);
-    DWORD code = 0;
-    GetExitCodeProcess(process.hProcess, &code);
-    CloseHandle(process.hThread);
-    CloseHandle(process.hProcess);
-    return static_cast<int>(code);
-}
-
-static unsigned long processId() { return GetCurrentProcessId(); }
+    return std::system((program + arguments).c_str());
 #else
-int runHelper(const std::string& role, const std::string& name)
-{
-    const char* program = "/proc/self/exe";
-    const char* arguments[] = {program, "--helper", role.c_str(), name.c_str(), nullptr};
-    pid_t child;
-    if (posix_spawn(&child, program, nullptr, nullptr, const_cast<char**>(arguments), environ) != 0)
-        return -1;
-    int status = 0;
-    waitpid(child, &status, 0);
+    const int status = std::system((std::filesystem::read_symlink("/proc/self/exe").string() + arguments).c_str());
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
-
-static unsigned long processId() { return static_cast<unsigned long>(getpid()); }
 #endif
+}
 
 std::string uniqueName(const std::string& what)
 {
-    return "corvo-test-" + std::to_string(processId()) + "-" + what;
+#if defined(_WIN32)
+    const unsigned long process = GetCurrentProcessId();
+#else
+    const unsigned long process = static_cast<unsigned long>(getpid());
+#endif
+    return "corvo-test-" + std::to_string(process) + "-" + what;
 }
 
 } // namespace corvo_test
