@@ -68,20 +68,10 @@ protected:
         bool removable, plugged;
     };
 
-    void SetUp() override
-    {
-        for (const Drive& drive : drives) {
-            if (drive.plugged)
-                std::filesystem::create_directories(directory.file(drive.name));
-            const std::string device = directory.file("devices") + "/" + std::string(drive.device).substr(5);
-            std::filesystem::create_directories(device);
-            std::ofstream(device + "/removable") << (drive.removable ? "1\n" : "0\n");
-        }
-    }
     void TearDown() override { Posix::setDriveSources("", ""); }
 
-    // Points the layer at a table of the named drives, in the given order,
-    // among entries that are no drives.
+    // Makes the named drives and points the layer at a table of them, in the
+    // given order, among entries that are no drives.
     void useTable(std::initializer_list<const char*> names)
     {
         std::ofstream table(directory.file("mounts"));
@@ -89,6 +79,11 @@ protected:
         for (const char* name : names) {
             const Drive& drive =
                 *std::find_if(drives.begin(), drives.end(), [&](const Drive& d) { return std::string(d.name) == name; });
+            if (drive.plugged)
+                std::filesystem::create_directories(directory.file(name));
+            const std::string device = directory.file("devices") + "/" + std::string(drive.device).substr(5);
+            std::filesystem::create_directories(device);
+            std::ofstream(device + "/removable") << (drive.removable ? "1\n" : "0\n");
             std::string point = directory.file(name);
             for (std::size_t at = point.find(' '); at != std::string::npos; at = point.find(' ', at))
                 point.replace(at, 1, "\\040");

@@ -9,11 +9,11 @@
 #include <cstdlib>
 #include <cstring>
 
+#include <unistd.h>
 #if defined(_WIN32)
 #  include <windows.h>
 #else
 #  include <sys/wait.h>
-#  include <unistd.h>
 
 #  include <filesystem>
 #endif
@@ -58,12 +58,7 @@ int runHelper(const std::string& role, const std::string& name)
 
 std::string uniqueName(const std::string& what)
 {
-#if defined(_WIN32)
-    const unsigned long process = GetCurrentProcessId();
-#else
-    const unsigned long process = static_cast<unsigned long>(getpid());
-#endif
-    return "corvo-test-" + std::to_string(process) + "-" + what;
+    return "corvo-test-" + std::to_string(getpid()) + "-" + what;
 }
 
 } // namespace corvo_test

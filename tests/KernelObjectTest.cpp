@@ -250,12 +250,16 @@ bool moves(Worker& worker)
 
 } // namespace
 
-TEST(KernelObjects, ThreadRunsOnItsObjectJoinIsBoundedAndPausesAreCounted)
+TEST(KernelObjects, ThreadNumbersStartBoundedJoinAndCountedPauses)
 {
     Worker idle; // never started: the calls go to the platform with no thread, and return
     idle.pause();
     idle.resume();
     idle.join(0xFFFFFFFFul);
+    const unsigned long long here = Win32Thread::self(); // a 32-bit platform number
+    EXPECT_EQ(Win32Thread::self(), here);
+    EXPECT_NE(elsewhere(&Win32Thread::self), here);
+    EXPECT_EQ(here >> 32, 0u);
     Worker worker;
     worker.start();
     EXPECT_TRUE(moves(worker));
@@ -273,14 +277,6 @@ TEST(KernelObjects, ThreadRunsOnItsObjectJoinIsBoundedAndPausesAreCounted)
     worker.stop = true;
     worker.join(0xFFFFFFFFul); // and the destructor's join returns at once
     EXPECT_FALSE(moves(worker));
-}
-
-TEST(KernelObjects, SelfIsThePlatformThreadNumber)
-{
-    const unsigned long long here = Win32Thread::self();
-    EXPECT_EQ(Win32Thread::self(), here);
-    EXPECT_NE(elsewhere(&Win32Thread::self), here);
-    EXPECT_EQ(here >> 32, 0u);
 }
 
 TEST(KernelObjects, TimerScalesOneSpan)
