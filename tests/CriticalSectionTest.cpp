@@ -15,12 +15,7 @@ typedef CriticalSection_T<Win32CriticalSection> Lock;
 // try_acquire from a second thread, which gives the lock back at once.
 bool freeForOthers(Lock& lock)
 {
-    return std::async(std::launch::async, [&] {
-               const bool got = lock.try_acquire();
-               if (got)
-                   lock.release();
-               return got;
-           }).get();
+    return std::async(std::launch::async, [&] { return lock.try_acquire() && (lock.release(), true); }).get();
 }
 
 } // namespace
