@@ -9,13 +9,13 @@
 #include <cstdlib>
 #include <cstring>
 
+#include <unistd.h>
 #if defined(_WIN32)
 #  include <windows.h>
 #else
-#  include <spawn.h>
 #  include <sys/wait.h>
-#  include <unistd.h>
-extern char** environ;
+
+#  include <filesystem>
 #endif
 
 using namespace Vesk::Corvo;
@@ -29,7 +29,6 @@ int helperRole(const std::string& role, const std::string& name)
         Win32Mutex mutex(name, true);
         mutex.acquire();
         std::_Exit(0); // owning it
-
     }
     if (role == "try-mutex")
         return Win32Mutex(name, true).try_acquire() ? 1 : 0;
@@ -44,48 +43,23 @@ int helperRole(const std::string& role, const std::string& name)
 
 namespace corvo_test {
 
-#if defined(_WIN32)
 int runHelper(const std::string& role, const std::string& name)
 {
+    const std::string arguments = " --helper " + role + " " + name;
+#if defined(_WIN32)
     char program[MAX_PATH];
     GetModuleFileNameA(nullptr, program, MAX_PATH);
-    std::string command = std::string("\"") + program + "\" --helper " + role + " " + name;
-    STARTUPINFOA startup = {};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION process = {};
-    if (!CreateProcessA(nullptr, &command[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                        &startup, &process))
-        return -1;
-    WaitForSingleObject(process.hProcess, INFINITE);
-    DWORD code = 0;
-    GetExitCodeProcess(process.hProcess, &code);
-    CloseHandle(process.hThread);
-    CloseHandle(process.hProcess);
-    return static_cast<int>(code);
-}
-
-std::string uniqueName(const std::string& what)
-{
-    return "corvo-test-" + std::to_string(GetCurrentProcessId()) + "-" + what;
-}
+    return std::system((program + arguments).c_str());
 #else
-int runHelper(const std::string& role, const std::string& name)
-{
-    const char* program = "/proc/self/exe";
-    const char* arguments[] = {program, "--helper", role.c_str(), name.c_str(), nullptr};
-    pid_t child;
-    if (posix_spawn(&child, program, nullptr, nullptr, const_cast<char**>(arguments), environ) != 0)
-        return -1;
-    int status = 0;
-    waitpid(child, &status, 0);
+    const int status = std::system((std::filesystem::read_symlink("/proc/self/exe").string() + arguments).c_str());
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+#endif
 }
 
 std::string uniqueName(const std::string& what)
 {
     return "corvo-test-" + std::to_string(getpid()) + "-" + what;
 }
-#endif
 
 } // namespace corvo_test
 
