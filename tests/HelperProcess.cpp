@@ -49,9 +49,9 @@ int runHelper(const std::string& role, const std::string& name)
 #if defined(_WIN32)
     char program[MAX_PATH];
     GetModuleFileNameA(nullptr, program, MAX_PATH);
-    return std::system((program + arguments).c_str());
+    return std::system(('"' + std::string(program) + '"' + arguments).c_str());
 #else
-    const int status = std::system((std::filesystem::read_symlink("/proc/self/exe").string() + arguments).c_str());
+    const int status = std::system(("'" + std::filesystem::read_symlink("/proc/self/exe").native() + "'" + arguments).c_str());
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 #endif
 }
