@@ -32,21 +32,6 @@ template <typename E, typename F>
     return ::testing::AssertionFailure() << "did not throw";
 }
 
-// One row of a table of outcomes: the call as the failure message names it,
-// the call, and its outcome as outcomeOf gives it.
-struct Outcome
-{
-    const char* call;
-    std::function<void()> run;
-    std::string outcome;
-};
-
-inline void expectOutcomes(const std::vector<Outcome>& rows)
-{
-    for (const Outcome& row : rows)
-        EXPECT_EQ(outcomeOf(row.run), row.outcome) << row.call;
-}
-
 // Reason, file, function and line of a report, whichever tree it comes from.
 struct Place
 {
