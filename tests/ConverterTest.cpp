@@ -1,6 +1,7 @@
 // Converter and Win32LocaleConverter: the Unicode forms, the one reading of
-// wide text behind them, hexadecimal text, and ANSI text, which is Windows-1252 here (on Linux the tests run in the C
-// locale, under Wine with a Western locale).
+// wide text behind them, hexadecimal text, and ANSI text, which is
+// Windows-1252 here (on Linux the tests run in the C locale, under Wine with
+// a Western locale).
 #include "CorvoConverter.h"
 #include "CorvoException.h"
 #include "CorvoLocaleConverter.h"
@@ -37,11 +38,13 @@ std::string readHex(const std::wstring& hex)
 
 } // namespace
 
-TEST(Converter, HexTextIsTwoDigitsPerByte)
+TEST(Converter, BytesToHexTextAndBack)
 {
     const unsigned char bytes[] = {0x00, 0xAB, 0xFF, 0x10};
     EXPECT_EQ(Converter::convertBytesArrayToHexString(bytes, 4), L"00abff10");
     EXPECT_EQ(Converter::convertBytesArrayToHexString(nullptr, 0), L"");
+    // As text, the bytes widen without decoding.
+    EXPECT_EQ(Converter::convertBytesArrayToString(bytes, 3), (std::wstring{0, 0xFFAB, 0xFFFF}));
     EXPECT_EQ(readHex(L"00abFF10"), std::string("\x00\xAB\xFF\x10", 4));
     // An odd last character is not looked at; the empty text is an array.
     EXPECT_EQ(readHex(L"abz"), "\xAB");
@@ -60,26 +63,16 @@ TEST(Converter, HexTextIsTwoDigitsPerByte)
     EXPECT_EQ(length, 7u);
 }
 
-TEST(Converter, BytesToStringWidensWithoutDecoding)
-{
-    const unsigned char bytes[] = {'a', 0x00, 0xE9};
-    EXPECT_EQ(Converter::convertBytesArrayToString(bytes, 3), (std::wstring{L'a', 0, 0xFFE9}));
-    EXPECT_EQ(Converter::convertBytesArrayToString(nullptr, 0), L"");
-}
-
 TEST(Converter, SurrogatePairsAndBadUnicode)
 {
     const std::wstring pair{0xD800, 0xDC00};
     EXPECT_EQ(Converter::toUtf16(Utf8String(std::string("\xF0\x90\x80\x80"))), pair);
     EXPECT_EQ(bytesOf(Converter::toUtf8(pair)), "\xF0\x90\x80\x80");
 
-    for (const std::wstring& bad : {std::wstring{0xD800}, std::wstring{L'a', 0xDC00},
-                                    std::wstring{0xD800, L'b'}})
-        EXPECT_TRUE(throwsWith<utf8::invalid_utf16>([&] { Converter::toUtf32(bad); },
-                                                    "Invalid UTF-16"));
+    // Which units are bad is WideText's table below; here, that they reach the caller.
+    EXPECT_TRUE(throwsWith<utf8::invalid_utf16>([] { Converter::toUtf32(std::wstring{0xD800}); }, "Invalid UTF-16"));
     for (unsigned long bad : {0x110000ul, 0xD800ul})
-        EXPECT_TRUE(throwsWith<utf8::invalid_code_point>(
-            [&] { Converter::toUtf16(Utf32(1, bad)); }, "Invalid code point"));
+        EXPECT_TRUE(throwsWith<utf8::invalid_code_point>([&] { Converter::toUtf16(Utf32(1, bad)); }, "Invalid code point"));
 
     // Where unsigned long is wider than 32 bits, larger values are refused,
     // not cut to their low bits.
@@ -93,9 +86,8 @@ TEST(Converter, NulStaysInUnicodeFormsAndEmptyStaysEmpty)
 {
     EXPECT_EQ(bytesOf(Converter::toUtf8(std::wstring(L"a\0b", 3))), std::string("a\0b", 3));
     EXPECT_EQ(bytesOf(Converter::toUtf8(Utf32{'a', 0, 'b'})), std::string("a\0b", 3));
-    EXPECT_TRUE(Converter::toUtf8(std::wstring()).empty());
-    EXPECT_TRUE(Converter::toUtf16(Utf32()).empty());
-    EXPECT_TRUE(Converter::toUtf32(std::wstring()).empty());
+    EXPECT_TRUE(Converter::toUtf8(std::wstring()).empty() && Converter::toUtf16(Utf32()).empty() &&
+                Converter::toUtf32(std::wstring()).empty() && Converter::convertBytesArrayToString(nullptr, 0).empty());
 }
 
 TEST(LocaleConverter, AnsiIsWindows1252AndEndsAtNul)

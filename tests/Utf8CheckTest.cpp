@@ -58,32 +58,23 @@ TEST(ValidateUtf8, RepairsAndStrictRefusal)
     }
 }
 
-TEST(Utf8Encoder, EncodesValidCodePointsAndRefusesOthers)
+TEST(Utf8Codec, OneCodePointToBytesAndBack)
 {
-    const Utf8Encoder ascii(0x41);
-    EXPECT_EQ(std::string(ascii.m_bytes, ascii.m_length), "A");
-    const Utf8Encoder top(0x10FFFF);
-    EXPECT_EQ(std::string(top.m_bytes, top.m_length), "\xF4\x8F\xBF\xBF");
+    const std::pair<unsigned long, std::string> good[] = {
+        {0x41, "A"}, {0xE9, "\xC3\xA9"}, {0x1F600, "\xF0\x9F\x98\x80"}, {0x10FFFF, "\xF4\x8F\xBF\xBF"}};
+    for (const auto& [codePoint, bytes] : good) {
+        const Utf8Encoder e(codePoint);
+        EXPECT_EQ(std::string(e.m_bytes, e.m_length), bytes);
+        const Utf8Decoder d((bytes + "z").c_str());
+        EXPECT_TRUE(d.m_codePoint == codePoint && d.m_length == bytes.size() && d.m_maxLength == 5u) << bytes;
+    }
     // The last one must not wrap around to U+0041 where unsigned long is wider.
     const unsigned long wide = sizeof(unsigned long) > 4 ? static_cast<unsigned long>(0x41) << 16 << 16 | 0x41 : 0xD800;
     for (const unsigned long bad : {0x110000ul, 0xD800ul, wide})
         EXPECT_EQ(outcomeOf([&] { Utf8Encoder{bad}; }), encoding + "Invalid code point") << bad;
-}
-
-TEST(Utf8Decoder, DecodesOneSequenceAndReportsBadOnes)
-{
-    const Utf8Decoder e(std::string("\xC3\xA9z").c_str());
-    EXPECT_EQ(e.m_codePoint, 0xE9u);
-    EXPECT_EQ(e.m_length, 2u);
-    EXPECT_EQ(e.m_maxLength, 5u);
-    const Utf8Decoder emoji("\xF0\x9F\x98\x80");
-    EXPECT_EQ(emoji.m_codePoint, 0x1F600u);
-    EXPECT_EQ(emoji.m_length, 4u);
-
     const std::pair<const char*, std::string> bad[] = {
-        {nullptr, "null pointer detected"},  {"\xC3", "Invalid UTF-8"},
-        {"\x80", "Invalid UTF-8"},           {"\xC0\xAF", "Invalid UTF-8"},
-        {"\xED\xA0\x80", "Invalid code point"}, {"\xF4\x90\x80\x80", "Invalid code point"}};
+        {nullptr, "null pointer detected"}, {"\xC3", "Invalid UTF-8"},         {"\x80", "Invalid UTF-8"},
+        {"\xC0\xAF", "Invalid UTF-8"},      {"\xED\xA0\x80", "Invalid code point"}, {"\xF4\x90\x80\x80", "Invalid code point"}};
     for (const auto& [bytes, reason] : bad)
         EXPECT_EQ(outcomeOf([&] { Utf8Decoder{bytes}; }), encoding + reason) << reason;
 }

@@ -1,13 +1,16 @@
-// Utf8String beyond the differential model (Utf8StringModel.cpp): the
-// refusals that it never provokes, bad bytes in the text, the encodings and
-// their scratch buffers, and streams.
+// Utf8String: random scripts checked step by step against the code-point
+// model (Utf8StringModel.cpp), and what the model does not reach: refusals
+// that it never provokes, bad bytes in the text, the encodings and their
+// scratch buffers, and streams.
 #include "CorvoException.h"
 #include "CorvoUtf8String.h"
 #include "TestSupport.h"
+#include "Utf8StringModel.h"
 
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <random>
 #include <sstream>
 #include <vector>
 
@@ -20,7 +23,27 @@ const unsigned int npos = Utf8String::npos;
 // "aé€😀": code points of one to four bytes.
 const std::string mixed = "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80";
 
+class SeededChoices : public corvo_model::Choices
+{
+public:
+    explicit SeededChoices(unsigned int seed) : m_random(seed) {}
+    unsigned int below(unsigned int bound) override { return m_random() % bound; }
+    bool exhausted() const override { return false; }
+
+private:
+    std::mt19937 m_random;
+};
+
 } // namespace
+
+TEST(Utf8StringModel, EditsAndReadsAgreeWithTheCodePointModel)
+{
+    const unsigned int seed = 20261123;
+    for (unsigned int script = 0; script < 4000; ++script) {
+        SeededChoices choices(seed + script);
+        ASSERT_EQ(corvo_model::runScript(choices, 30), "") << "seed " << seed + script << " (script " << script << ")";
+    }
+}
 
 // Each refusal leaves the texts as they were. `bad` holds "a", a byte that
 // begins no sequence, and "b": insert(pos, const char*) lets it in unexamined.
