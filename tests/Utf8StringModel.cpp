@@ -337,45 +337,30 @@ bool Script::edit()
           << show(w.repaired) << ", iterators at " << i1 << ", " << i2 << ", form " << form << '\n';
 
     switch (pick(45)) {
-    case 0:
-        return EDIT(m_text.append(source), m += sourceModel);
-    case 1:
-        return EDIT(m_text.append(source, pos2, n2), m += part(sourceModel, pos2, n2));
-    case 2:
-        return EDIT(m_text.append(w.bytes), m += w.repaired);
-    case 3:
-        return EDIT(form == 0 ? m_text.append(s) : (m_text += s), m += b.repaired);
-    case 4:
-        return EDIT(m_text.append(s, n), m += counted(b, n));
-    case 5:
-        return EDIT(m_text.append(n, cp), m += appended(n, c));
-    case 6:
-        return EDIT(form == 0 ? m_text.push_back(cp) : void(m_text += cp), m += appended(1, c));
-    case 7:
-        return EDIT(m_text.append(iteratorAt(i1), iteratorAt(i2)), m += range);
-    case 8:
-        return EDIT(form == 0 ? m_text.assign(source) : (m_text = source), m = sourceModel);
-    case 9:
-        return EDIT(m_text.assign(source, pos2, n2), m = part(sourceModel, pos2, n2));
+    case 0: return EDIT(m_text.append(source), m += sourceModel);
+    case 1: return EDIT(m_text.append(source, pos2, n2), m += part(sourceModel, pos2, n2));
+    case 2: return EDIT(m_text.append(w.bytes), m += w.repaired);
+    case 3: return EDIT(form == 0 ? m_text.append(s) : (m_text += s), m += b.repaired);
+    case 4: return EDIT(m_text.append(s, n), m += counted(b, n));
+    case 5: return EDIT(m_text.append(n, cp), m += appended(n, c));
+    case 6: return EDIT(form == 0 ? m_text.push_back(cp) : void(m_text += cp), m += appended(1, c));
+    case 7: return EDIT(m_text.append(iteratorAt(i1), iteratorAt(i2)), m += range);
+    case 8: return EDIT(form == 0 ? m_text.assign(source) : (m_text = source), m = sourceModel);
+    case 9: return EDIT(m_text.assign(source, pos2, n2), m = part(sourceModel, pos2, n2));
     case 10: // the repairing forms
         return EDIT(form == 0 ? m_text.assign(s) : form == 1 ? (m_text = s) : (m_text = Utf8String(s)), m = b.repaired);
     case 11:
         return EDIT(form == 0 ? m_text.assign(w.bytes)
                               : form == 1 ? (m_text = w.bytes) : (m_text = Utf8String(w.bytes)),
                     m = w.repaired);
-    case 12:
-        return EDIT(m_text.assign(s, n), m = counted(b, n));
-    case 13:
-        return EDIT(m_text.assign(n, cp), m = repeated(n, c));
-    case 14:
-        return EDIT(m_text.assign(iteratorAt(i1), iteratorAt(i2)), m = range);
-    case 15:
-        return EDIT(m_text.insert(pos, source), splice(m, pos, 0, [&] { return sourceModel; }));
+    case 12: return EDIT(m_text.assign(s, n), m = counted(b, n));
+    case 13: return EDIT(m_text.assign(n, cp), m = repeated(n, c));
+    case 14: return EDIT(m_text.assign(iteratorAt(i1), iteratorAt(i2)), m = range);
+    case 15: return EDIT(m_text.insert(pos, source), splice(m, pos, 0, [&] { return sourceModel; }));
     case 16:
         return EDIT(m_text.insert(pos, source, pos2, n2),
                     splice(m, pos, 0, [&] { return part(sourceModel, pos2, n2); }));
-    case 17:
-        return EDIT(m_text.insert(pos, s, n), splice(m, pos, 0, [&] { return counted(b, n); }));
+    case 17: return EDIT(m_text.insert(pos, s, n), splice(m, pos, 0, [&] { return counted(b, n); }));
     case 18: // unexamined bytes: only valid ones, so that the text stays readable
         return EDIT(m_text.insert(pos, encode(b.beforeBad).c_str()), splice(m, pos, 0, [&] { return b.beforeBad; }));
     case 19: // the code points are made before the target is looked at
@@ -383,53 +368,35 @@ bool Script::edit()
     case 20:
         return READ(positionOf(m_text.insert(iteratorAt(i1), cp)),
                     isValid(c) ? (m.insert(i1, 1, c), i1) : invalid());
-    case 21:
-        return EDIT(m_text.insert(iteratorAt(i1), n, cp), m.insert(i1, repeated(n, c)));
-    case 22:
-        return EDIT(m_text.insert(m_text.begin(), iteratorAt(i1), iteratorAt(i2)), m.insert(0, range));
-    case 23:
-        return EDIT(m_text.erase(pos, n), splice(m, pos, n, [] { return Model(); }));
+    case 21: return EDIT(m_text.insert(iteratorAt(i1), n, cp), m.insert(i1, repeated(n, c)));
+    case 22: return EDIT(m_text.insert(m_text.begin(), iteratorAt(i1), iteratorAt(i2)), m.insert(0, range));
+    case 23: return EDIT(m_text.erase(pos, n), splice(m, pos, n, [] { return Model(); }));
     case 24:
         return READ(positionOf(m_text.erase(iteratorAt(i1))),
                     i1 < m.size() ? (m.erase(i1, 1), i1) : (refuse("utf8::not_enough_room: Not enough space"), 0));
-    case 25:
-        return READ(positionOf(m_text.erase(iteratorAt(i1), iteratorAt(i2))), (m.erase(i1, i2 - i1), i1));
-    case 26:
-        return EDIT(m_text.replace(pos, n, source), splice(m, pos, n, [&] { return sourceModel; }));
+    case 25: return READ(positionOf(m_text.erase(iteratorAt(i1), iteratorAt(i2))), (m.erase(i1, i2 - i1), i1));
+    case 26: return EDIT(m_text.replace(pos, n, source), splice(m, pos, n, [&] { return sourceModel; }));
     case 27:
         return EDIT(m_text.replace(pos, n, source, pos2, n2),
                     splice(m, pos, n, [&] { return part(sourceModel, pos2, n2); }));
-    case 28:
-        return EDIT(m_text.replace(pos, n, s, n2), splice(m, pos, n, [&] { return counted(b, n2); }));
-    case 29:
-        return EDIT(m_text.replace(pos, n, s), splice(m, pos, n, [&] { return b.repaired; }));
-    case 30:
-        return EDIT(m_text.replace(pos, n, n2, cp), splice(m, pos, n, [with = repeated(n2, c)] { return with; }));
-    case 31:
-        return EDIT(m_text.replace(iteratorAt(i1), iteratorAt(i2), source), m.replace(i1, i2 - i1, sourceModel));
-    case 32:
-        return EDIT(m_text.replace(iteratorAt(i1), iteratorAt(i2), s, n), m.replace(i1, i2 - i1, counted(b, n)));
+    case 28: return EDIT(m_text.replace(pos, n, s, n2), splice(m, pos, n, [&] { return counted(b, n2); }));
+    case 29: return EDIT(m_text.replace(pos, n, s), splice(m, pos, n, [&] { return b.repaired; }));
+    case 30: return EDIT(m_text.replace(pos, n, n2, cp), splice(m, pos, n, [with = repeated(n2, c)] { return with; }));
+    case 31: return EDIT(m_text.replace(iteratorAt(i1), iteratorAt(i2), source), m.replace(i1, i2 - i1, sourceModel));
+    case 32: return EDIT(m_text.replace(iteratorAt(i1), iteratorAt(i2), s, n), m.replace(i1, i2 - i1, counted(b, n)));
     case 33:
         return EDIT(m_text.replace(iteratorAt(i1), iteratorAt(i2), n2, cp), m.replace(i1, i2 - i1, repeated(n2, c)));
     case 34: // all five forms of operator+
         return EDIT(m_text = s + (cp + source) + source + cp + s,
                     m = b.repaired + appended(1, c) + sourceModel + sourceModel + appended(1, c) + b.repaired);
-    case 35:
-        return EDIT(m_text = Utf8String(source, pos2, n2), m = part(sourceModel, pos2, n2));
-    case 36:
-        return EDIT(m_text = Utf8String(s, n), m = counted(b, n));
-    case 37:
-        return EDIT(m_text = Utf8String(n, cp), m = repeated(n, c));
-    case 38:
-        return EDIT(m_text = Utf8String(iteratorAt(i1), iteratorAt(i2)), m = range);
-    case 39:
-        return EDIT(m_text = cp, m = appended(1, c));
-    case 40:
-        return EDIT(m_text.resize(pos, cp), resized(m, pos, c));
-    case 41:
-        return EDIT(m_text.clear(), m.clear());
-    case 42:
-        return EDIT(m_text.swap(source), m = sourceModel);
+    case 35: return EDIT(m_text = Utf8String(source, pos2, n2), m = part(sourceModel, pos2, n2));
+    case 36: return EDIT(m_text = Utf8String(s, n), m = counted(b, n));
+    case 37: return EDIT(m_text = Utf8String(n, cp), m = repeated(n, c));
+    case 38: return EDIT(m_text = Utf8String(iteratorAt(i1), iteratorAt(i2)), m = range);
+    case 39: return EDIT(m_text = cp, m = appended(1, c));
+    case 40: return EDIT(m_text.resize(pos, cp), resized(m, pos, c));
+    case 41: return EDIT(m_text.clear(), m.clear());
+    case 42: return EDIT(m_text.swap(source), m = sourceModel);
     case 43: // the copied bytes, with nothing written behind them, become the text
         return READ(copyOut(n, pos), static_cast<long long>(encode(m = part(m, pos, n)).size()));
     default: { // the mark of byte order, only ever in front
@@ -463,55 +430,33 @@ bool Script::read()
           << ", n " << n << ", pos2 " << pos2 << ", n2 " << n2 << ", cp " << cp << '\n';
 
     switch (pick(25)) {
-    case 0:
-        return READ(m_text.compare(pos, n, needle, pos2, n2), modelCompare(m, pos, n, needleModel, pos2, n2));
-    case 1:
-        return READ(m_text.compare(pos, n, s, n2), modelCompare(m, pos, n, b.repaired, 0, n2));
+    case 0: return READ(m_text.compare(pos, n, needle, pos2, n2), modelCompare(m, pos, n, needleModel, pos2, n2));
+    case 1: return READ(m_text.compare(pos, n, s, n2), modelCompare(m, pos, n, b.repaired, 0, n2));
     case 2: // all three forms of the six relations
         return READ(relations(m_text, needle) | relations(m_text, s) << 6 | relations(s, m_text) << 12,
                     relations(m, needleModel) | relations(m, b.repaired) << 6 | relations(b.repaired, m) << 12);
-    case 3:
-        return EDIT(m_text = m_text.substr(pos, n), m = part(m, pos, n));
-    case 4:
-        return READ(m_text.find(needle, pos), modelFind(m, needleModel, pos));
-    case 5:
-        return READ(m_text.rfind(needle, pos), modelRfind(m, needleModel, pos));
-    case 6:
-        return READ(m_text.find(s, pos, n), walked ? modelFind(m, countedNeedle, pos) : npos);
-    case 7:
-        return READ(m_text.rfind(s, pos, n), walked ? modelRfind(m, countedNeedle, pos) : npos);
-    case 8:
-        return READ(m_text.find(s, pos), modelFind(m, raw, pos));
-    case 9:
-        return READ(m_text.rfind(s, pos), modelRfind(m, raw, pos));
+    case 3: return EDIT(m_text = m_text.substr(pos, n), m = part(m, pos, n));
+    case 4: return READ(m_text.find(needle, pos), modelFind(m, needleModel, pos));
+    case 5: return READ(m_text.rfind(needle, pos), modelRfind(m, needleModel, pos));
+    case 6: return READ(m_text.find(s, pos, n), walked ? modelFind(m, countedNeedle, pos) : npos);
+    case 7: return READ(m_text.rfind(s, pos, n), walked ? modelRfind(m, countedNeedle, pos) : npos);
+    case 8: return READ(m_text.find(s, pos), modelFind(m, raw, pos));
+    case 9: return READ(m_text.rfind(s, pos), modelRfind(m, raw, pos));
     case 10: // the code-point forms of find_first_of and find_last_of are find and rfind
         return READ(m_text.find(cp, pos), isValid(c) ? modelFind(m, Model(1, c), pos) : invalid());
-    case 11:
-        return READ(m_text.find_first_of(cp, pos), isValid(c) ? modelFind(m, Model(1, c), pos) : invalid());
-    case 12:
-        return READ(m_text.rfind(cp, pos), isValid(c) ? modelRfind(m, Model(1, c), pos) : invalid());
-    case 13:
-        return READ(m_text.find_last_of(cp, pos), isValid(c) ? modelRfind(m, Model(1, c), pos) : invalid());
-    case 14:
-        return READ(m_text.find_first_of(needle, pos), scanForward(m, pos, inSet(needleModel)));
-    case 15:
-        return READ(m_text.find_last_of(needle, pos), scanBackward(m, pos, inSet(needleModel)));
-    case 16:
-        return READ(m_text.find_first_not_of(needle, pos), scanForward(m, pos, notInSet(needleModel)));
-    case 17:
-        return READ(m_text.find_last_not_of(needle, pos), scanBackward(m, pos, notInSet(needleModel)));
-    case 18:
-        return READ(m_text.find_first_of(s, pos, n), scanForward(m, pos, inSet(counted(b, n))));
-    case 19:
-        return READ(m_text.find_last_not_of(s, pos, n), scanBackward(m, pos, notInSet(counted(b, n))));
-    case 20:
-        return READ(m_text.find_last_of(s, pos), scanBackward(m, pos, inSet(b.repaired)));
-    case 21:
-        return READ(m_text.find_first_not_of(s, pos), scanForward(m, pos, notInSet(b.repaired)));
-    case 22:
-        return READ(m_text.find_first_not_of(cp, pos), scanForward(m, pos, isNot));
-    case 23:
-        return READ(m_text.find_last_not_of(cp, pos), scanBackward(m, pos, isNot));
+    case 11: return READ(m_text.find_first_of(cp, pos), isValid(c) ? modelFind(m, Model(1, c), pos) : invalid());
+    case 12: return READ(m_text.rfind(cp, pos), isValid(c) ? modelRfind(m, Model(1, c), pos) : invalid());
+    case 13: return READ(m_text.find_last_of(cp, pos), isValid(c) ? modelRfind(m, Model(1, c), pos) : invalid());
+    case 14: return READ(m_text.find_first_of(needle, pos), scanForward(m, pos, inSet(needleModel)));
+    case 15: return READ(m_text.find_last_of(needle, pos), scanBackward(m, pos, inSet(needleModel)));
+    case 16: return READ(m_text.find_first_not_of(needle, pos), scanForward(m, pos, notInSet(needleModel)));
+    case 17: return READ(m_text.find_last_not_of(needle, pos), scanBackward(m, pos, notInSet(needleModel)));
+    case 18: return READ(m_text.find_first_of(s, pos, n), scanForward(m, pos, inSet(counted(b, n))));
+    case 19: return READ(m_text.find_last_not_of(s, pos, n), scanBackward(m, pos, notInSet(counted(b, n))));
+    case 20: return READ(m_text.find_last_of(s, pos), scanBackward(m, pos, inSet(b.repaired)));
+    case 21: return READ(m_text.find_first_not_of(s, pos), scanForward(m, pos, notInSet(b.repaired)));
+    case 22: return READ(m_text.find_first_not_of(cp, pos), scanForward(m, pos, isNot));
+    case 23: return READ(m_text.find_last_not_of(cp, pos), scanBackward(m, pos, isNot));
     default: // at() and [] are one operation
         return READ(n % 2 ? m_text[pos] : m_text.at(pos),
                     pos < m.size() ? static_cast<long long>(m[pos]) : (refuse(badPosition), 0));
