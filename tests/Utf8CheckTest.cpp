@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
 #include <vector>
 
 using namespace Vesk::Corvo;
@@ -20,21 +21,15 @@ const std::string encoding = "StringEncodingException: ";
 
 TEST(IsValidUtf8, NullEmptyAndLengthRules)
 {
-    struct Row
-    {
-        const char* bytes;
-        unsigned int length;
-        bool valid;
-    };
-    const Row rows[] = {
+    const std::tuple<const char*, unsigned int, bool> rows[] = {
         {"", npos, true}, {nullptr, npos, false}, {nullptr, 0, false}, {"\xFF", 0, true},
         // An explicit length reads past NUL bytes; npos stops at the first.
         {"a\0\xFF", 3, false}, {"a\0\xFF", npos, true},
         // A sequence cut off by the length is invalid.
         {"\xC3\xA9", 1, false}, {"\xEF\xBF\xBE", npos, true},
     };
-    for (const Row& row : rows)
-        EXPECT_EQ(isValidUtf8(row.bytes, row.length), row.valid) << (row.bytes ? row.bytes : "null") << ", " << row.length;
+    for (const auto& [bytes, length, valid] : rows)
+        EXPECT_EQ(isValidUtf8(bytes, length), valid) << (bytes ? bytes : "null") << ", " << length;
 }
 
 TEST(ValidateUtf8, RepairsAndStrictRefusal)
@@ -81,14 +76,8 @@ TEST(Utf8Codec, OneCodePointToBytesAndBack)
 
 TEST(PositionMapping, CodePointPositionsToByteOffsets)
 {
-    struct Row
-    {
-        const char* text;
-        unsigned int pos;
-        unsigned int length; // npos: the terminated form
-        unsigned int offset;
-    };
-    const Row rows[] = {
+    // Text, position, length (npos: the terminated form), offset.
+    const std::tuple<const char*, unsigned int, unsigned int, unsigned int> rows[] = {
         {"a\xC3\xA9", 0, 3, 0}, {"a\xC3\xA9", 1, 3, 1}, {"a\xC3\xA9", 2, 3, 3}, {"a\xC3\xA9", 3, 3, npos},
         {"a\xC3\xA9", npos, 3, npos}, {nullptr, npos, 3, npos}, {nullptr, npos, npos, npos},
         // A bad sequence before the position counts as past the end, and so
@@ -98,11 +87,10 @@ TEST(PositionMapping, CodePointPositionsToByteOffsets)
         // without reading past it.
         {"a\xC3\xA9", 2, npos, 3}, {"a\xC3\xA9", 3, npos, npos}, {"ab\0cd", 2, npos, 2}, {"ab\0cd", 3, npos, npos},
         {"a\xF0\x9F", 2, npos, npos}, {"\xF0\x9F\x98\x80x", 2, npos, 5}};
-    for (const Row& row : rows) {
-        const unsigned int offset = row.length == npos ? codePointPosition2ByteOffset(row.text, row.pos)
-                                                       : codePointPosition2ByteOffset(row.text, row.pos, row.length);
-        EXPECT_EQ(offset, row.offset) << (row.text ? row.text : "null") << ", " << row.pos << ", " << row.length;
-    }
+    for (const auto& [text, pos, length, offset] : rows)
+        EXPECT_EQ(length == npos ? codePointPosition2ByteOffset(text, pos) : codePointPosition2ByteOffset(text, pos, length),
+                  offset)
+            << (text ? text : "null") << ", " << pos << ", " << length;
     EXPECT_EQ(outcomeOf([] { codePointPosition2ByteOffset(nullptr, 0, 0); }), encoding + "null pointer detected");
     EXPECT_EQ(outcomeOf([] { codePointPosition2ByteOffset(nullptr, 0); }), encoding + "null pointer detected");
 }

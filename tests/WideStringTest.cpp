@@ -69,7 +69,7 @@ TEST(WideString, IsNumericReadsOneWholeDecimalNumberForTheThreeBases)
         EXPECT_FALSE(isNumeric(L"12", base)) << base;
 }
 
-TEST(Tokenizer, RunsAndEndsOfDelimitersGiveNoEmptyTokens)
+TEST(Tokenizer, RunsOfDelimitersGiveNoEmptyTokensAndEachCallMayHaveItsOwnSet)
 {
     Tokenizer words(L" a  \tb\r\n");
     EXPECT_EQ(tokensOf(words), (std::vector<std::wstring>{L"a", L"b"}));
@@ -82,10 +82,8 @@ TEST(Tokenizer, RunsAndEndsOfDelimitersGiveNoEmptyTokens)
 
     Tokenizer whole(L" a ", L"");
     EXPECT_EQ(tokensOf(whole), (std::vector<std::wstring>{L" a "}));
-}
 
-TEST(Tokenizer, PerCallDelimitersStartFromTheEndingDelimiter)
-{
+    // A set given to one call starts from the delimiter that ended the token.
     Tokenizer tokenizer(L"a,b c d");
     ASSERT_TRUE(tokenizer.nextToken(L","));
     EXPECT_EQ(tokenizer.getToken(), L"a");
