@@ -74,7 +74,7 @@ TEST(Utf8Codec, OneCodePointToBytesAndBack)
         EXPECT_EQ(outcomeOf([&] { Utf8Decoder{bytes}; }), encoding + reason) << reason;
 }
 
-TEST(PositionMapping, CodePointPositionsToByteOffsets)
+TEST(PositionMapping, CodePointPositionsToByteOffsetsAndBack)
 {
     // Text, position, length (npos: the terminated form), offset.
     const std::tuple<const char*, unsigned int, unsigned int, unsigned int> rows[] = {
@@ -93,10 +93,8 @@ TEST(PositionMapping, CodePointPositionsToByteOffsets)
             << (text ? text : "null") << ", " << pos << ", " << length;
     EXPECT_EQ(outcomeOf([] { codePointPosition2ByteOffset(nullptr, 0, 0); }), encoding + "null pointer detected");
     EXPECT_EQ(outcomeOf([] { codePointPosition2ByteOffset(nullptr, 0); }), encoding + "null pointer detected");
-}
 
-TEST(PositionMapping, ByteOffsetsToCodePointPositions)
-{
+    // And back from byte offsets.
     const std::string text = "a\xC3\xA9";
     EXPECT_EQ(byteOffset2CodePointPosition(text, 0), 0u);
     EXPECT_EQ(byteOffset2CodePointPosition(text, 1), 1u);
