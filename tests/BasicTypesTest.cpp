@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <string>
+#include <tuple>
 
 using namespace Vesk::Corvo;
 
@@ -45,20 +46,14 @@ Alignment align(unsigned int bytes) { return static_cast<Alignment>(bytes); }
 // isAlignedTo false; 1 aligns everything.
 TEST(BasicTypes, AlignmentBounds)
 {
-    struct Row
-    {
-        IntPtr_t address;
-        unsigned int alignment;
-        IntPtr_t aligned;
-        bool isAligned;
-    };
-    const Row rows[] = {{0x1000, 4, 0x1000, true}, {0x1001, 4, 0x1004, false}, {0x1001, 256, 0x1100, false},
-                        {0x1001, 1, 0x1001, true}, {0x1001, 0, 0x1001, false},  {0x1001, 512, 0x1001, false},
-                        {0, 256, 0, true},         {0, 0, 0, false},            {0x1100, 256, 0x1100, true},
-                        {0x1001, 2, 0x1002, false}, {0x1009, 8, 0x1010, false}, {0x10FF, 64, 0x1100, false},
-                        {0x1010, 16, 0x1010, true}, {0x1021, 32, 0x1040, false}, {0x1080, 128, 0x1080, true}};
-    for (const Row& row : rows) {
-        EXPECT_EQ(alignAddress(at(row.address), align(row.alignment)), at(row.aligned)) << row.address << " to " << row.alignment;
-        EXPECT_EQ(isAlignedTo(at(row.address), align(row.alignment)), row.isAligned) << row.address << " to " << row.alignment;
+    // Address, alignment, the aligned address, whether the address was aligned.
+    const std::tuple<IntPtr_t, unsigned int, IntPtr_t, bool> rows[] = {
+        {0x1000, 4, 0x1000, true},  {0x1001, 4, 0x1004, false},  {0x1001, 256, 0x1100, false}, {0x1001, 1, 0x1001, true},
+        {0x1001, 0, 0x1001, false}, {0x1001, 512, 0x1001, false}, {0, 256, 0, true},            {0, 0, 0, false},
+        {0x1100, 256, 0x1100, true}, {0x1001, 2, 0x1002, false},  {0x1009, 8, 0x1010, false},   {0x10FF, 64, 0x1100, false},
+        {0x1010, 16, 0x1010, true}, {0x1021, 32, 0x1040, false}, {0x1080, 128, 0x1080, true}};
+    for (const auto& [address, alignment, aligned, wasAligned] : rows) {
+        EXPECT_EQ(alignAddress(at(address), align(alignment)), at(aligned)) << address << " to " << alignment;
+        EXPECT_EQ(isAlignedTo(at(address), align(alignment)), wasAligned) << address << " to " << alignment;
     }
 }

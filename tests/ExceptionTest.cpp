@@ -10,7 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <regex>
+#include <string>
 #include <stdexcept>
 #include <type_traits>
 
@@ -38,15 +38,10 @@ TEST(ExceptionReport, IsBuiltFromTheLabelsAndTheFourArguments)
               "Reason:\t\twhy\nFile:\t\tsrc/a.cpp\nFunction:\tVesk::Zim::f\nLine:\t\t42");
     // Empty pieces leave their labels back to back.
     EXPECT_EQ(Exception("", "", "", 0).getDescription(), "Reason:\t  \nFile:\t  \nFunction: \nLine:\t  0");
-}
-
-TEST(ExceptionReport, LineSignDiffersBetweenTheRoots)
-{
-    const std::string corvo = Exception("r", "f", "g", -3).getDescription();
-    EXPECT_EQ(corvo.substr(corvo.rfind(' ') + 1), "-3");
-    const std::string zim = Zim::Exception("r", "f", "g", -3L).getMessage();
-    const std::string line = zim.substr(zim.rfind('\t') + 1);
-    EXPECT_TRUE(std::regex_match(line, std::regex("[0-9]+"))) << line;
+    // A negative line keeps its sign at the Corvo root only.
+    EXPECT_EQ(Exception("", "", "", -3).getDescription().substr(39), "-3");
+    const std::string zim = Zim::Exception("", "", "", -3L).getMessage();
+    EXPECT_EQ(zim.substr(zim.rfind('\t') + 1), std::to_string(static_cast<unsigned long>(-3L)));
 }
 
 TEST(ExceptionTree, AssignmentThroughTheRootKeepsTheTargetsType)

@@ -50,8 +50,6 @@ std::string outcomeOf(F f)
         return std::string("utf8::invalid_code_point: ") + e.what();
     } catch (const utf8::invalid_utf8& e) {
         return std::string("utf8::invalid_utf8: ") + e.what();
-    } catch (const utf8::invalid_utf16& e) {
-        return std::string("utf8::invalid_utf16: ") + e.what();
     } catch (const utf8::not_enough_room& e) {
         return std::string("utf8::not_enough_room: ") + e.what();
     } catch (const std::out_of_range& e) {

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
 #include <vector>
 
 using namespace Vesk::Corvo;
@@ -20,21 +21,15 @@ const std::string encoding = "StringEncodingException: ";
 
 TEST(IsValidUtf8, NullEmptyAndLengthRules)
 {
-    struct Row
-    {
-        const char* bytes;
-        unsigned int length;
-        bool valid;
-    };
-    const Row rows[] = {
+    const std::tuple<const char*, unsigned int, bool> rows[] = {
         {"", npos, true}, {nullptr, npos, false}, {nullptr, 0, false}, {"\xFF", 0, true},
         // An explicit length reads past NUL bytes; npos stops at the first.
         {"a\0\xFF", 3, false}, {"a\0\xFF", npos, true},
         // A sequence cut off by the length is invalid.
         {"\xC3\xA9", 1, false}, {"\xEF\xBF\xBE", npos, true},
     };
-    for (const Row& row : rows)
-        EXPECT_EQ(isValidUtf8(row.bytes, row.length), row.valid) << (row.bytes ? row.bytes : "null") << ", " << row.length;
+    for (const auto& [bytes, length, valid] : rows)
+        EXPECT_EQ(isValidUtf8(bytes, length), valid) << (bytes ? bytes : "null") << ", " << length;
 }
 
 TEST(ValidateUtf8, RepairsAndStrictRefusal)
@@ -58,46 +53,31 @@ TEST(ValidateUtf8, RepairsAndStrictRefusal)
     }
 }
 
-TEST(Utf8Encoder, EncodesValidCodePointsAndRefusesOthers)
+TEST(Utf8Codec, OneCodePointToBytesAndBack)
 {
-    const Utf8Encoder ascii(0x41);
-    EXPECT_EQ(std::string(ascii.m_bytes, ascii.m_length), "A");
-    const Utf8Encoder top(0x10FFFF);
-    EXPECT_EQ(std::string(top.m_bytes, top.m_length), "\xF4\x8F\xBF\xBF");
+    const std::pair<unsigned long, std::string> good[] = {
+        {0x41, "A"}, {0xE9, "\xC3\xA9"}, {0x1F600, "\xF0\x9F\x98\x80"}, {0x10FFFF, "\xF4\x8F\xBF\xBF"}};
+    for (const auto& [codePoint, bytes] : good) {
+        const Utf8Encoder e(codePoint);
+        EXPECT_EQ(std::string(e.m_bytes, e.m_length), bytes);
+        const Utf8Decoder d((bytes + "z").c_str());
+        EXPECT_TRUE(d.m_codePoint == codePoint && d.m_length == bytes.size() && d.m_maxLength == 5u) << bytes;
+    }
     // The last one must not wrap around to U+0041 where unsigned long is wider.
     const unsigned long wide = sizeof(unsigned long) > 4 ? static_cast<unsigned long>(0x41) << 16 << 16 | 0x41 : 0xD800;
     for (const unsigned long bad : {0x110000ul, 0xD800ul, wide})
         EXPECT_EQ(outcomeOf([&] { Utf8Encoder{bad}; }), encoding + "Invalid code point") << bad;
-}
-
-TEST(Utf8Decoder, DecodesOneSequenceAndReportsBadOnes)
-{
-    const Utf8Decoder e(std::string("\xC3\xA9z").c_str());
-    EXPECT_EQ(e.m_codePoint, 0xE9u);
-    EXPECT_EQ(e.m_length, 2u);
-    EXPECT_EQ(e.m_maxLength, 5u);
-    const Utf8Decoder emoji("\xF0\x9F\x98\x80");
-    EXPECT_EQ(emoji.m_codePoint, 0x1F600u);
-    EXPECT_EQ(emoji.m_length, 4u);
-
     const std::pair<const char*, std::string> bad[] = {
-        {nullptr, "null pointer detected"},  {"\xC3", "Invalid UTF-8"},
-        {"\x80", "Invalid UTF-8"},           {"\xC0\xAF", "Invalid UTF-8"},
-        {"\xED\xA0\x80", "Invalid code point"}, {"\xF4\x90\x80\x80", "Invalid code point"}};
+        {nullptr, "null pointer detected"}, {"\xC3", "Invalid UTF-8"},         {"\x80", "Invalid UTF-8"},
+        {"\xC0\xAF", "Invalid UTF-8"},      {"\xED\xA0\x80", "Invalid code point"}, {"\xF4\x90\x80\x80", "Invalid code point"}};
     for (const auto& [bytes, reason] : bad)
         EXPECT_EQ(outcomeOf([&] { Utf8Decoder{bytes}; }), encoding + reason) << reason;
 }
 
-TEST(PositionMapping, CodePointPositionsToByteOffsets)
+TEST(PositionMapping, CodePointPositionsToByteOffsetsAndBack)
 {
-    struct Row
-    {
-        const char* text;
-        unsigned int pos;
-        unsigned int length; // npos: the terminated form
-        unsigned int offset;
-    };
-    const Row rows[] = {
+    // Text, position, length (npos: the terminated form), offset.
+    const std::tuple<const char*, unsigned int, unsigned int, unsigned int> rows[] = {
         {"a\xC3\xA9", 0, 3, 0}, {"a\xC3\xA9", 1, 3, 1}, {"a\xC3\xA9", 2, 3, 3}, {"a\xC3\xA9", 3, 3, npos},
         {"a\xC3\xA9", npos, 3, npos}, {nullptr, npos, 3, npos}, {nullptr, npos, npos, npos},
         // A bad sequence before the position counts as past the end, and so
@@ -107,17 +87,14 @@ TEST(PositionMapping, CodePointPositionsToByteOffsets)
         // without reading past it.
         {"a\xC3\xA9", 2, npos, 3}, {"a\xC3\xA9", 3, npos, npos}, {"ab\0cd", 2, npos, 2}, {"ab\0cd", 3, npos, npos},
         {"a\xF0\x9F", 2, npos, npos}, {"\xF0\x9F\x98\x80x", 2, npos, 5}};
-    for (const Row& row : rows) {
-        const unsigned int offset = row.length == npos ? codePointPosition2ByteOffset(row.text, row.pos)
-                                                       : codePointPosition2ByteOffset(row.text, row.pos, row.length);
-        EXPECT_EQ(offset, row.offset) << (row.text ? row.text : "null") << ", " << row.pos << ", " << row.length;
-    }
+    for (const auto& [text, pos, length, offset] : rows)
+        EXPECT_EQ(length == npos ? codePointPosition2ByteOffset(text, pos) : codePointPosition2ByteOffset(text, pos, length),
+                  offset)
+            << (text ? text : "null") << ", " << pos << ", " << length;
     EXPECT_EQ(outcomeOf([] { codePointPosition2ByteOffset(nullptr, 0, 0); }), encoding + "null pointer detected");
     EXPECT_EQ(outcomeOf([] { codePointPosition2ByteOffset(nullptr, 0); }), encoding + "null pointer detected");
-}
 
-TEST(PositionMapping, ByteOffsetsToCodePointPositions)
-{
+    // And back from byte offsets.
     const std::string text = "a\xC3\xA9";
     EXPECT_EQ(byteOffset2CodePointPosition(text, 0), 0u);
     EXPECT_EQ(byteOffset2CodePointPosition(text, 1), 1u);

@@ -10,9 +10,7 @@
 #include <functional>
 #include <iterator>
 #include <sstream>
-#include <stdexcept>
 
-using Vesk::Corvo::StringEncodingException;
 using Vesk::Corvo::Utf8String;
 
 namespace corvo_model {
@@ -20,38 +18,34 @@ namespace {
 
 typedef std::u32string Model;
 typedef Utf8String::iterator Iterator;
+typedef std::function<bool(char32_t)> Test;
 
 const unsigned int npos = Utf8String::npos;
 
-// Code points of one to four bytes, NUL and the mark of repair, few enough
-// that searches hit.
-const char32_t alphabet[] = {U'a', U'b', 0xE9, 0x20AC, 0x1F600, 0xFFFD, 0};
+// Code points of one to four bytes, the byte order mark, NUL and the mark of
+// repair, few enough that searches hit. NUL comes last: the const char* forms
+// leave it out.
+const char32_t alphabet[] = {U'a', U'b', 0xE9, 0x20AC, 0x1F600, 0xFEFF, 0xFFFD, 0};
 const unsigned int alphabetSize = sizeof alphabet / sizeof alphabet[0];
-const unsigned int alphabetWithoutNul = alphabetSize - 1;
 
 // The model's refusals travel as the outcome text they must match.
-struct Refusal
-{
-    std::string outcome;
-};
-
-[[noreturn]] void refuse(const std::string& outcome) { throw Refusal{outcome}; }
+[[noreturn]] void refuse(const std::string& outcome) { throw outcome; }
 
 const std::string badPosition = "std::out_of_range: invalid string position";
 const std::string tooLong = "std::length_error: string too long";
 const std::string badCodePoint = "utf8::invalid_code_point: Invalid code point";
+const std::string encodingFailure = "StringEncodingException: ";
 
-std::string encodingFailure(const std::string& reason) { return "StringEncodingException: " + reason; }
-
-// What running f did, in one comparable line.
 std::string outcomeOf(const std::function<void()>& f)
 {
     try {
         return corvo_test::outcomeOf(f);
-    } catch (const Refusal& r) {
-        return r.outcome;
+    } catch (const std::string& refusal) {
+        return refusal;
     }
 }
+
+[[noreturn]] long long invalid() { refuse(encodingFailure + "Invalid code point"); }
 
 bool isValid(char32_t c) { return c <= 0x10FFFF && (c < 0xD800 || c > 0xDFFF); }
 
@@ -66,9 +60,9 @@ std::string encode(const Model& m)
 std::string show(const Model& m)
 {
     std::ostringstream out;
-    out << '[';
+    out << '[' << std::hex;
     for (char32_t c : m)
-        out << ' ' << std::hex << static_cast<unsigned long>(c);
+        out << ' ' << static_cast<unsigned long>(c);
     out << " ]";
     return out.str();
 }
@@ -78,18 +72,12 @@ std::string show(const Model& m)
 struct Bytes
 {
     std::string bytes;
-    Model repaired;
-    Model beforeBad;
-    bool clean;
+    Model repaired, beforeBad;
+    bool clean = true;
 };
 
 // ---------------------------------------------------------------------------
 // The model's side of the rules
-
-std::size_t cut(const Model& t, unsigned int pos, unsigned int n)
-{
-    return std::min<std::size_t>(n, t.size() - pos);
-}
 
 unsigned int checkedPosition(const Model& t, unsigned int pos)
 {
@@ -98,11 +86,8 @@ unsigned int checkedPosition(const Model& t, unsigned int pos)
     return pos;
 }
 
-Model part(const Model& t, unsigned int pos, unsigned int n)
-{
-    checkedPosition(t, pos);
-    return t.substr(pos, cut(t, pos, n));
-}
+// A count past the end reaches to the end.
+Model part(const Model& t, unsigned int pos, unsigned int n) { return t.substr(checkedPosition(t, pos), n); }
 
 // A count that goes with bytes must be met exactly.
 Model counted(const Bytes& s, unsigned int n)
@@ -112,11 +97,11 @@ Model counted(const Bytes& s, unsigned int n)
     return s.beforeBad.substr(0, n);
 }
 
-// Utf8String(n, codePoint).
+// Utf8String(n, codePoint) and the forms that go through it.
 Model repeated(unsigned int n, char32_t c)
 {
     if (n == npos)
-        refuse(encodingFailure("Utf8String::npos not allowed here"));
+        refuse(encodingFailure + "Utf8String::npos not allowed here");
     if (n != 0 && !isValid(c))
         refuse(badCodePoint);
     return Model(n, c);
@@ -132,10 +117,18 @@ Model appended(unsigned int n, char32_t c)
     return Model(n, c);
 }
 
-void splice(Model& t, unsigned int pos, unsigned int n, const Model& with)
+void resized(Model& m, unsigned int n, char32_t c)
+{
+    if (n <= m.size())
+        return m.resize(n);
+    m += appended(n == npos ? npos : n - static_cast<unsigned int>(m.size()), c);
+}
+
+// The target position is checked before the source is looked at.
+void splice(Model& t, unsigned int pos, unsigned int n, const std::function<Model()>& with)
 {
     checkedPosition(t, pos);
-    t.replace(pos, cut(t, pos, n), with);
+    t.replace(pos, n, with());
 }
 
 long long found(const Model& t, std::size_t hit)
@@ -143,7 +136,7 @@ long long found(const Model& t, std::size_t hit)
     if (hit == Model::npos || t.empty())
         return npos;
     if (hit == t.size())
-        refuse(encodingFailure("Index is out of range for std::string utf8_str"));
+        refuse(encodingFailure + "Index is out of range for std::string utf8_str");
     return static_cast<long long>(hit);
 }
 
@@ -152,12 +145,9 @@ long long modelFind(const Model& t, const Model& needle, unsigned int pos)
     return found(t, pos > t.size() ? Model::npos : t.find(needle, pos));
 }
 
-long long modelRfind(const Model& t, const Model& needle, unsigned int pos)
-{
-    return found(t, t.rfind(needle, pos));
-}
+long long modelRfind(const Model& t, const Model& needle, unsigned int pos) { return found(t, t.rfind(needle, pos)); }
 
-long long scanForward(const Model& t, unsigned int pos, const std::function<bool(char32_t)>& hit)
+long long scanForward(const Model& t, unsigned int pos, const Test& hit)
 {
     for (std::size_t i = pos; i < t.size(); ++i)
         if (hit(t[i]))
@@ -165,7 +155,7 @@ long long scanForward(const Model& t, unsigned int pos, const std::function<bool
     return npos;
 }
 
-long long scanBackward(const Model& t, unsigned int pos, const std::function<bool(char32_t)>& hit)
+long long scanBackward(const Model& t, unsigned int pos, const Test& hit)
 {
     if (t.empty())
         return npos;
@@ -178,11 +168,14 @@ long long scanBackward(const Model& t, unsigned int pos, const std::function<boo
     return npos;
 }
 
-long long modelCompare(const Model& a, unsigned int pos1, unsigned int count1, const Model& b,
-                       unsigned int pos2, unsigned int count2)
+Test inSet(const Model& set) { return [set](char32_t x) { return set.find(x) != Model::npos; }; }
+Test notInSet(const Model& set) { return [set](char32_t x) { return set.find(x) == Model::npos; }; }
+
+long long modelCompare(const Model& a, unsigned int pos1, unsigned int count1, const Model& b, unsigned int pos2,
+                       unsigned int count2)
 {
     if (pos1 > a.size() || pos2 > b.size())
-        refuse(encodingFailure("Index is out of range for Corvo::Utf8String"));
+        refuse(encodingFailure + "Index is out of range for Corvo::Utf8String");
     const std::size_t n1 = count1 == npos ? a.size() - pos1 : count1;
     const std::size_t n2 = count2 == npos ? b.size() - pos2 : count2;
     for (std::size_t i = 0; i < std::min(n1, n2); ++i) {
@@ -194,6 +187,13 @@ long long modelCompare(const Model& a, unsigned int pos1, unsigned int count1, c
     return n1 == n2 ? 0 : (n1 < n2 ? -1 : 1);
 }
 
+// The six relational operators as six bits.
+template <typename A, typename B>
+long long relations(const A& a, const B& b)
+{
+    return (a == b) | (a != b) << 1 | (a < b) << 2 | (a <= b) << 3 | (a > b) << 4 | (a >= b) << 5;
+}
+
 // ---------------------------------------------------------------------------
 // The script
 
@@ -202,12 +202,7 @@ class Script
 public:
     explicit Script(Choices& choices) : m_choices(choices) {}
 
-    bool step()
-    {
-        if (m_choices.below(3) == 0)
-            return read();
-        return edit();
-    }
+    bool step() { return m_choices.below(3) == 0 ? read() : edit(); }
 
     std::string history() const { return m_log.str(); }
 
@@ -216,22 +211,13 @@ private:
 
     char32_t codePoint()
     {
-        switch (pick(12)) {
-        case 0:
-            return 0xD800;
-        case 1:
-            return 0x110000;
-        default:
-            return alphabet[pick(alphabetSize)];
-        }
+        const unsigned int k = pick(12);
+        return k == 0 ? 0xD800 : k == 1 ? 0x110000 : alphabet[pick(alphabetSize)];
     }
 
     // Positions run a little past the end, counts a little past what is
     // there, and either may be npos.
-    unsigned int position(std::size_t size)
-    {
-        return pick(10) == 0 ? npos : pick(static_cast<unsigned int>(size) + 3);
-    }
+    unsigned int position(std::size_t size) { return pick(10) == 0 ? npos : pick(static_cast<unsigned int>(size) + 3); }
     unsigned int count() { return pick(8) == 0 ? npos : pick(5); }
 
     Model codePoints()
@@ -244,7 +230,7 @@ private:
 
     Bytes bytes(bool withNul)
     {
-        Bytes b{std::string(), Model(), Model(), true};
+        Bytes b;
         for (unsigned int n = pick(6); n > 0; --n) {
             if (pick(8) == 0) {
                 b.bytes += '\xFF';
@@ -252,7 +238,7 @@ private:
                 b.clean = false;
                 continue;
             }
-            const char32_t c = alphabet[pick(withNul ? alphabetSize : alphabetWithoutNul)];
+            const char32_t c = alphabet[pick(withNul ? alphabetSize : alphabetSize - 1)];
             b.bytes += encode(Model(1, c));
             b.repaired += c;
             if (b.clean)
@@ -273,44 +259,44 @@ private:
         return static_cast<unsigned int>(utf8::distance(m_text.begin().base(), it.base()));
     }
 
+    // copy() into a buffer whose bytes behind the copy must stay as they
+    // were; the copy becomes the text, and the result is its length or -1.
+    long long copyOut(unsigned int n, unsigned int pos)
+    {
+        std::string buffer(m_text.bytes() + 1, '#');
+        const unsigned int copied = m_text.copy(&buffer[0], n, pos);
+        const bool clean = buffer.find_first_not_of('#', copied) == std::string::npos;
+        m_text = buffer.substr(0, copied);
+        return clean ? copied : -1;
+    }
+
     // Runs the operation on the text and on a copy of the model; outcome,
-    // result and text must agree. A refused operation leaves both alone.
+    // result and text (bytes, size and code points both ways) must agree. A
+    // refused operation leaves both alone.
     bool check(const std::string& call, const std::function<long long()>& real,
                const std::function<long long(Model&)>& expected)
     {
         m_log << call << '\n';
         Model next = m_model;
-        long long want = 0;
-        long long got = 0;
+        long long want = 0, got = 0;
         const std::string wantOutcome = outcomeOf([&] { want = expected(next); });
         const std::string gotOutcome = outcomeOf([&] { got = real(); });
         if (wantOutcome == "ok")
             m_model = next;
-        if (gotOutcome != wantOutcome) {
-            m_log << "  outcome " << gotOutcome << ", expected " << wantOutcome << '\n';
-            return false;
-        }
-        if (got != want) {
-            m_log << "  result " << got << ", expected " << want << '\n';
+        if (gotOutcome != wantOutcome || got != want) {
+            m_log << "  " << gotOutcome << ", " << got << ", expected " << wantOutcome << ", " << want << '\n';
             return false;
         }
         const Model now(m_text.begin(), m_text.end());
-        if (now != m_model) {
-            m_log << "  text " << show(now) << ", expected " << show(m_model) << '\n';
+        Model backward;
+        for (Iterator it = m_text.end(); it != m_text.begin();)
+            backward.insert(backward.begin(), *--it);
+        if (std::string(m_text.c_str(), m_text.bytes() + 1) != encode(m_model) + '\0' || now != m_model ||
+            backward != m_model || m_text.size() != m_model.size()) {
+            m_log << "  text " << show(now) << " of " << m_text.bytes() << " bytes, expected " << show(m_model) << '\n';
             return false;
         }
         return true;
-    }
-
-    template <typename... Args>
-    std::string describe(const char* name, const Args&... args)
-    {
-        std::ostringstream out;
-        out << show(m_model) << '.' << name << '(';
-        const char* separator = "";
-        ((out << separator << args, separator = ", "), ...);
-        out << ')';
-        return out.str();
     }
 
     bool edit();
@@ -322,312 +308,158 @@ private:
     std::ostringstream m_log;
 };
 
+// A step, logged as the call on the text that it makes; the values that it
+// uses are logged before it. EDIT compares the texts, READ the results too.
+#define EDIT(real, ...) check(#real, [&] { return real, 0ll; }, [&](Model& m) { return __VA_ARGS__, 0ll; })
+#define READ(real, ...) check(#real, [&] { return real; }, [&](Model& m) { return __VA_ARGS__; })
+
 bool Script::edit()
 {
     // The source text is now and then the target itself, as it was.
     const bool self = m_model.size() < 64 && pick(4) == 0; // no doubling without end
     const Model sourceModel = self ? m_model : codePoints();
-    const Utf8String other(encode(sourceModel));
-    const Utf8String& source = self ? m_text : other;
-    const std::string sourceName = self ? "self" : show(sourceModel);
+    Utf8String other(encode(sourceModel));
+    Utf8String& source = self ? m_text : other;
     const std::size_t size = m_model.size();
-
-    const unsigned int pos = position(size);
-    const unsigned int n = count();
-    const unsigned int pos2 = position(sourceModel.size());
-    const unsigned int n2 = count();
+    const unsigned int pos = position(size), n = count();
+    const unsigned int pos2 = position(sourceModel.size()), n2 = count();
     const char32_t c = codePoint();
-    const Bytes b = bytes(false);
-    const std::string s = b.bytes;
     const unsigned long cp = c;
+    const Bytes b = bytes(false), w = bytes(true);
+    const char* const s = b.bytes.c_str();
     // Iterator positions stay inside the text.
     const unsigned int i1 = pick(static_cast<unsigned int>(size) + 1);
     const unsigned int i2 = i1 + pick(static_cast<unsigned int>(size - i1) + 1);
+    const Model range = m_model.substr(i1, i2 - i1);
+    const unsigned int form = pick(3);
+    m_log << show(m_model) << ": source " << (self ? "self" : show(sourceModel)) << ", pos " << pos << ", n " << n
+          << ", pos2 " << pos2 << ", n2 " << n2 << ", cp " << cp << ", s " << show(b.repaired) << ", w "
+          << show(w.repaired) << ", iterators at " << i1 << ", " << i2 << ", form " << form << '\n';
 
-    switch (pick(34)) {
-    case 0:
-        return check(describe("append", sourceName), [&] { return m_text.append(source), 0; },
-                     [&](Model& m) { return m += sourceModel, 0; });
-    case 1:
-        return check(describe("append", sourceName, pos2, n2),
-                     [&] { return m_text.append(source, pos2, n2), 0; },
-                     [&](Model& m) { return m += part(sourceModel, pos2, n2), 0; });
-    case 2: {
-        const Bytes withNul = bytes(true);
-        return check(describe("append(std::string)", show(withNul.repaired)),
-                     [&] { return m_text.append(withNul.bytes), 0; },
-                     [&](Model& m) { return m += withNul.repaired, 0; });
-    }
-    case 3:
-        return check(describe("operator+=(const char*)", show(b.repaired)), [&] { return m_text += s.c_str(), 0; },
-                     [&](Model& m) { return m += b.repaired, 0; });
-    case 4:
-        return check(describe("append", show(b.repaired), n),
-                     [&] { return m_text.append(s.c_str(), n), 0; },
-                     [&](Model& m) { return m += counted(b, n), 0; });
-    case 5:
-        return check(describe("append", n, cp), [&] { return m_text.append(n, cp), 0; },
-                     [&](Model& m) { return m += appended(n, c), 0; });
-    case 6:
-        return check(describe("push_back", cp), [&] { return m_text.push_back(cp), 0; },
-                     [&](Model& m) { return m += appended(1, c), 0; });
-    case 7:
-        return check(describe("append(iterators of self)", i1, i2),
-                     [&] { return m_text.append(iteratorAt(i1), iteratorAt(i2)), 0; },
-                     [&](Model& m) { return m += m.substr(i1, i2 - i1), 0; });
-    case 8:
-        return check(describe("assign", sourceName), [&] { return m_text.assign(source), 0; },
-                     [&](Model& m) { return m = sourceModel, 0; });
-    case 9:
-        return check(describe("assign", sourceName, pos2, n2),
-                     [&] { return m_text.assign(source, pos2, n2), 0; },
-                     [&](Model& m) { return m = part(sourceModel, pos2, n2), 0; });
-    case 10:
-        return check(describe("assign", show(b.repaired)), [&] { return m_text.assign(s.c_str()), 0; },
-                     [&](Model& m) { return m = b.repaired, 0; });
+    switch (pick(45)) {
+    case 0: return EDIT(m_text.append(source), m += sourceModel);
+    case 1: return EDIT(m_text.append(source, pos2, n2), m += part(sourceModel, pos2, n2));
+    case 2: return EDIT(m_text.append(w.bytes), m += w.repaired);
+    case 3: return EDIT(form == 0 ? m_text.append(s) : (m_text += s), m += b.repaired);
+    case 4: return EDIT(m_text.append(s, n), m += counted(b, n));
+    case 5: return EDIT(m_text.append(n, cp), m += appended(n, c));
+    case 6: return EDIT(form == 0 ? m_text.push_back(cp) : void(m_text += cp), m += appended(1, c));
+    case 7: return EDIT(m_text.append(iteratorAt(i1), iteratorAt(i2)), m += range);
+    case 8: return EDIT(form == 0 ? m_text.assign(source) : (m_text = source), m = sourceModel);
+    case 9: return EDIT(m_text.assign(source, pos2, n2), m = part(sourceModel, pos2, n2));
+    case 10: // the repairing forms
+        return EDIT(form == 0 ? m_text.assign(s) : form == 1 ? (m_text = s) : (m_text = Utf8String(s)), m = b.repaired);
     case 11:
-        return check(describe("assign", show(b.repaired), n),
-                     [&] { return m_text.assign(s.c_str(), n), 0; },
-                     [&](Model& m) { return m = counted(b, n), 0; });
-    case 12:
-        return check(describe("assign", n, cp), [&] { return m_text.assign(n, cp), 0; },
-                     [&](Model& m) { return m = repeated(n, c), 0; });
-    case 13:
-        return check(describe("assign(iterators of self)", i1, i2),
-                     [&] { return m_text.assign(iteratorAt(i1), iteratorAt(i2)), 0; },
-                     [&](Model& m) { return m = m.substr(i1, i2 - i1), 0; });
-    case 14:
-        return check(describe("insert", pos, sourceName), [&] { return m_text.insert(pos, source), 0; },
-                     [&](Model& m) { return splice(m, pos, 0, sourceModel), 0; });
-    case 15:
-        return check(describe("insert", pos, sourceName, pos2, n2),
-                     [&] { return m_text.insert(pos, source, pos2, n2), 0; },
-                     [&](Model& m) {
-                         checkedPosition(m, pos);
-                         return splice(m, pos, 0, part(sourceModel, pos2, n2)), 0;
-                     });
+        return EDIT(form == 0 ? m_text.assign(w.bytes)
+                              : form == 1 ? (m_text = w.bytes) : (m_text = Utf8String(w.bytes)),
+                    m = w.repaired);
+    case 12: return EDIT(m_text.assign(s, n), m = counted(b, n));
+    case 13: return EDIT(m_text.assign(n, cp), m = repeated(n, c));
+    case 14: return EDIT(m_text.assign(iteratorAt(i1), iteratorAt(i2)), m = range);
+    case 15: return EDIT(m_text.insert(pos, source), splice(m, pos, 0, [&] { return sourceModel; }));
     case 16:
-        return check(describe("insert", pos, show(b.repaired), n),
-                     [&] { return m_text.insert(pos, s.c_str(), n), 0; },
-                     [&](Model& m) {
-                         checkedPosition(m, pos);
-                         return splice(m, pos, 0, counted(b, n)), 0;
-                     });
-    case 17: {
-        // Unexamined bytes: only valid ones here, so that the text stays
-        // readable for the steps that follow.
-        const std::string clean = encode(b.beforeBad);
-        return check(describe("insert(unexamined)", pos, show(b.beforeBad)),
-                     [&] { return m_text.insert(pos, clean.c_str()), 0; },
-                     [&](Model& m) { return splice(m, pos, 0, b.beforeBad), 0; });
-    }
-    case 18:
-        return check(describe("insert", pos, n, cp), [&] { return m_text.insert(pos, n, cp), 0; },
-                     [&](Model& m) {
-                         const Model with = repeated(n, c);
-                         return splice(m, pos, 0, with), 0;
-                     });
-    case 19:
-        return check(describe("insert(iterator)", i1, cp),
-                     [&] { return positionOf(m_text.insert(iteratorAt(i1), cp)); },
-                     [&](Model& m) {
-                         if (!isValid(c))
-                             refuse(encodingFailure("Invalid code point"));
-                         return m.insert(i1, 1, c), i1;
-                     });
+        return EDIT(m_text.insert(pos, source, pos2, n2),
+                    splice(m, pos, 0, [&] { return part(sourceModel, pos2, n2); }));
+    case 17: return EDIT(m_text.insert(pos, s, n), splice(m, pos, 0, [&] { return counted(b, n); }));
+    case 18: // unexamined bytes: only valid ones, so that the text stays readable
+        return EDIT(m_text.insert(pos, encode(b.beforeBad).c_str()), splice(m, pos, 0, [&] { return b.beforeBad; }));
+    case 19: // the code points are made before the target is looked at
+        return EDIT(m_text.insert(pos, n, cp), splice(m, pos, 0, [with = repeated(n, c)] { return with; }));
     case 20:
-        return check(describe("insert(iterator)", i1, n, cp),
-                     [&] { return m_text.insert(iteratorAt(i1), n, cp), 0; },
-                     [&](Model& m) { return m.insert(i1, repeated(n, c)), 0; });
-    case 21:
-        return check(describe("insert(iterator, iterators of self)", i1, i2),
-                     [&] { return m_text.insert(m_text.begin(), iteratorAt(i1), iteratorAt(i2)), 0; },
-                     [&](Model& m) { return m.insert(0, m.substr(i1, i2 - i1)), 0; });
-    case 22:
-        return check(describe("erase", pos, n), [&] { return m_text.erase(pos, n), 0; },
-                     [&](Model& m) { return splice(m, pos, n, Model()), 0; });
-    case 23:
-        return check(describe("erase(iterator)", i1), [&] { return positionOf(m_text.erase(iteratorAt(i1))); },
-                     [&](Model& m) {
-                         if (i1 == m.size())
-                             refuse("utf8::not_enough_room: Not enough space");
-                         return m.erase(i1, 1), i1;
-                     });
+        return READ(positionOf(m_text.insert(iteratorAt(i1), cp)),
+                    isValid(c) ? (m.insert(i1, 1, c), i1) : invalid());
+    case 21: return EDIT(m_text.insert(iteratorAt(i1), n, cp), m.insert(i1, repeated(n, c)));
+    case 22: return EDIT(m_text.insert(m_text.begin(), iteratorAt(i1), iteratorAt(i2)), m.insert(0, range));
+    case 23: return EDIT(m_text.erase(pos, n), splice(m, pos, n, [] { return Model(); }));
     case 24:
-        return check(describe("erase(iterators)", i1, i2),
-                     [&] { return positionOf(m_text.erase(iteratorAt(i1), iteratorAt(i2))); },
-                     [&](Model& m) { return m.erase(i1, i2 - i1), i1; });
-    case 25:
-        return check(describe("replace", pos, n, sourceName), [&] { return m_text.replace(pos, n, source), 0; },
-                     [&](Model& m) { return splice(m, pos, n, sourceModel), 0; });
-    case 26:
-        return check(describe("replace", pos, n, sourceName, pos2, n2),
-                     [&] { return m_text.replace(pos, n, source, pos2, n2), 0; },
-                     [&](Model& m) {
-                         checkedPosition(m, pos);
-                         return splice(m, pos, n, part(sourceModel, pos2, n2)), 0;
-                     });
+        return READ(positionOf(m_text.erase(iteratorAt(i1))),
+                    i1 < m.size() ? (m.erase(i1, 1), i1) : (refuse("utf8::not_enough_room: Not enough space"), 0));
+    case 25: return READ(positionOf(m_text.erase(iteratorAt(i1), iteratorAt(i2))), (m.erase(i1, i2 - i1), i1));
+    case 26: return EDIT(m_text.replace(pos, n, source), splice(m, pos, n, [&] { return sourceModel; }));
     case 27:
-        return check(describe("replace", pos, n, show(b.repaired), n2),
-                     [&] { return m_text.replace(pos, n, s.c_str(), n2), 0; },
-                     [&](Model& m) {
-                         checkedPosition(m, pos);
-                         return splice(m, pos, n, counted(b, n2)), 0;
-                     });
-    case 28:
-        return check(describe("replace(const char*)", pos, n, show(b.repaired)),
-                     [&] { return m_text.replace(pos, n, s.c_str()), 0; },
-                     [&](Model& m) { return splice(m, pos, n, b.repaired), 0; });
-    case 29:
-        return check(describe("replace", pos, n, n2, cp), [&] { return m_text.replace(pos, n, n2, cp), 0; },
-                     [&](Model& m) {
-                         const Model with = repeated(n2, c);
-                         return splice(m, pos, n, with), 0;
-                     });
-    case 30:
-        return check(describe("replace(iterators)", i1, i2, sourceName),
-                     [&] { return m_text.replace(iteratorAt(i1), iteratorAt(i2), source), 0; },
-                     [&](Model& m) { return m.replace(i1, i2 - i1, sourceModel), 0; });
-    case 31:
-        return check(describe("replace(iterators)", i1, i2, show(b.repaired), n),
-                     [&] { return m_text.replace(iteratorAt(i1), iteratorAt(i2), s.c_str(), n), 0; },
-                     [&](Model& m) { return m.replace(i1, i2 - i1, counted(b, n)), 0; });
-    case 32:
-        return check(describe("replace(iterators)", i1, i2, n2, cp),
-                     [&] { return m_text.replace(iteratorAt(i1), iteratorAt(i2), n2, cp), 0; },
-                     [&](Model& m) { return m.replace(i1, i2 - i1, repeated(n2, c)), 0; });
-    default:
-        return check(describe("operator+", cp, sourceName, show(b.repaired)),
-                     [&] { return m_text = cp + source + s.c_str(), 0; },
-                     [&](Model& m) { return m = appended(1, c) + sourceModel + b.repaired, 0; });
+        return EDIT(m_text.replace(pos, n, source, pos2, n2),
+                    splice(m, pos, n, [&] { return part(sourceModel, pos2, n2); }));
+    case 28: return EDIT(m_text.replace(pos, n, s, n2), splice(m, pos, n, [&] { return counted(b, n2); }));
+    case 29: return EDIT(m_text.replace(pos, n, s), splice(m, pos, n, [&] { return b.repaired; }));
+    case 30: return EDIT(m_text.replace(pos, n, n2, cp), splice(m, pos, n, [with = repeated(n2, c)] { return with; }));
+    case 31: return EDIT(m_text.replace(iteratorAt(i1), iteratorAt(i2), source), m.replace(i1, i2 - i1, sourceModel));
+    case 32: return EDIT(m_text.replace(iteratorAt(i1), iteratorAt(i2), s, n), m.replace(i1, i2 - i1, counted(b, n)));
+    case 33:
+        return EDIT(m_text.replace(iteratorAt(i1), iteratorAt(i2), n2, cp), m.replace(i1, i2 - i1, repeated(n2, c)));
+    case 34: // all five forms of operator+
+        return EDIT(m_text = s + (cp + source) + source + cp + s,
+                    m = b.repaired + appended(1, c) + sourceModel + sourceModel + appended(1, c) + b.repaired);
+    case 35: return EDIT(m_text = Utf8String(source, pos2, n2), m = part(sourceModel, pos2, n2));
+    case 36: return EDIT(m_text = Utf8String(s, n), m = counted(b, n));
+    case 37: return EDIT(m_text = Utf8String(n, cp), m = repeated(n, c));
+    case 38: return EDIT(m_text = Utf8String(iteratorAt(i1), iteratorAt(i2)), m = range);
+    case 39: return EDIT(m_text = cp, m = appended(1, c));
+    case 40: return EDIT(m_text.resize(pos, cp), resized(m, pos, c));
+    case 41: return EDIT(m_text.clear(), m.clear());
+    case 42: return EDIT(m_text.swap(source), m = sourceModel);
+    case 43: // the copied bytes, with nothing written behind them, become the text
+        return READ(copyOut(n, pos), static_cast<long long>(encode(m = part(m, pos, n)).size()));
+    default: { // the mark of byte order, only ever in front
+        const bool marked = !m_model.empty() && m_model[0] == 0xFEFF;
+        if (form == 0)
+            return READ(m_text.addBOM(), !marked && (m.insert(0, 1, 0xFEFF), true));
+        return READ(m_text.purgeBOM(), marked && (m.erase(0, 1), true));
+    }
     }
 }
 
 bool Script::read()
 {
-    const Model needleModel = pick(3) == 0 ? m_model.substr(pick(static_cast<unsigned int>(m_model.size()) + 1), pick(3))
-                                           : codePoints();
+    const Model needleModel =
+        pick(3) == 0 ? m_model.substr(pick(static_cast<unsigned int>(m_model.size()) + 1), pick(3)) : codePoints();
     const Utf8String needle(encode(needleModel));
     const Bytes b = bytes(false);
-    const std::string s = b.bytes;
-    const unsigned int pos = position(m_model.size());
-    const unsigned int n = count();
-    const unsigned int pos2 = position(needleModel.size());
-    const unsigned int n2 = count();
+    const char* const s = b.bytes.c_str();
+    const unsigned int pos = position(m_model.size()), n = count();
+    const unsigned int pos2 = position(needleModel.size()), n2 = count();
     const char32_t c = codePoint();
     const unsigned long cp = c;
-    const std::string name = show(needleModel);
-    const auto inSet = [](const Model& set) { return [&set](char32_t x) { return set.find(x) != Model::npos; }; };
-    const auto notInSet = [](const Model& set) { return [&set](char32_t x) { return set.find(x) == Model::npos; }; };
-    const auto isNot = [c](char32_t x) { return x != c; };
+    const Test isNot = [c](char32_t x) { return x != c; };
     // Unrepaired bytes as a needle: with a bad byte among them they never
     // match in valid text, as U+00FF, which no text here holds, never does.
-    const auto rawNeedle = [&b] { return b.clean ? b.repaired : Model(1, 0xFF); };
+    const Model raw = b.clean ? b.repaired : Model(1, 0xFF);
+    // A counted needle that the walk does not find finds nothing.
+    const bool walked = n != npos && n <= b.beforeBad.size();
+    const Model countedNeedle = b.beforeBad.substr(0, walked ? n : 0);
+    m_log << show(m_model) << ": needle " << show(needleModel) << ", s " << show(b.repaired) << ", pos " << pos
+          << ", n " << n << ", pos2 " << pos2 << ", n2 " << n2 << ", cp " << cp << '\n';
 
-    switch (pick(22)) {
-    case 0:
-        return check(describe("compare", pos, n, name, pos2, n2),
-                     [&] { return m_text.compare(pos, n, needle, pos2, n2); },
-                     [&](Model& m) { return modelCompare(m, pos, n, needleModel, pos2, n2); });
-    case 1:
-        return check(describe("compare", pos, n, show(b.repaired), n2),
-                     [&] { return m_text.compare(pos, n, s.c_str(), n2); },
-                     [&](Model& m) { return modelCompare(m, pos, n, b.repaired, 0, n2); });
-    case 2:
-        return check(describe("relations", name),
-                     [&] {
-                         return (m_text == needle) + 2 * (m_text < needle) + 4 * (m_text <= needle) +
-                                8 * (s.c_str() > m_text) + 16 * (s.c_str() >= m_text) + 32 * (s.c_str() != m_text);
-                     },
-                     [&](Model& m) {
-                         return (m == needleModel) + 2 * (m < needleModel) + 4 * (m <= needleModel) +
-                                8 * (b.repaired > m) + 16 * (b.repaired >= m) + 32 * (b.repaired != m);
-                     });
-    case 3:
-        return check(describe("substr", pos, n), [&] { return m_text = m_text.substr(pos, n), 0; },
-                     [&](Model& m) { return m = part(m, pos, n), 0; });
-    case 4:
-        return check(describe("find", name, pos), [&] { return m_text.find(needle, pos); },
-                     [&](Model& m) { return modelFind(m, needleModel, pos); });
-    case 5:
-        return check(describe("rfind", name, pos), [&] { return m_text.rfind(needle, pos); },
-                     [&](Model& m) { return modelRfind(m, needleModel, pos); });
-    case 6:
-        return check(describe("find", show(b.repaired), pos, n), [&] { return m_text.find(s.c_str(), pos, n); },
-                     [&](Model& m) {
-                         if (n == npos || n > b.beforeBad.size())
-                             return static_cast<long long>(npos);
-                         return modelFind(m, b.beforeBad.substr(0, n), pos);
-                     });
-    case 7:
-        return check(describe("rfind", show(b.repaired), pos, n), [&] { return m_text.rfind(s.c_str(), pos, n); },
-                     [&](Model& m) {
-                         if (n == npos || n > b.beforeBad.size())
-                             return static_cast<long long>(npos);
-                         return modelRfind(m, b.beforeBad.substr(0, n), pos);
-                     });
-    case 8:
-        return check(describe("find(unrepaired)", show(b.repaired), pos), [&] { return m_text.find(s.c_str(), pos); },
-                     [&](Model& m) { return modelFind(m, rawNeedle(), pos); });
-    case 9:
-        return check(describe("rfind(unrepaired)", show(b.repaired), pos),
-                     [&] { return m_text.rfind(s.c_str(), pos); },
-                     [&](Model& m) { return modelRfind(m, rawNeedle(), pos); });
-    case 10:
-    case 11: {
-        const bool backward = pick(2) == 0;
-        return check(describe(backward ? "rfind/find_last_of" : "find/find_first_of", cp, pos),
-                     [&] {
-                         const unsigned int a = backward ? m_text.rfind(cp, pos) : m_text.find(cp, pos);
-                         const unsigned int b2 = backward ? m_text.find_last_of(cp, pos) : m_text.find_first_of(cp, pos);
-                         return a == b2 ? a : -1ll;
-                     },
-                     [&](Model& m) {
-                         if (!isValid(c))
-                             refuse(encodingFailure("Invalid code point"));
-                         return backward ? modelRfind(m, Model(1, c), pos) : modelFind(m, Model(1, c), pos);
-                     });
-    }
-    case 12:
-        return check(describe("find_first_of", name, pos), [&] { return m_text.find_first_of(needle, pos); },
-                     [&](Model& m) { return scanForward(m, pos, inSet(needleModel)); });
-    case 13:
-        return check(describe("find_last_of", name, pos), [&] { return m_text.find_last_of(needle, pos); },
-                     [&](Model& m) { return scanBackward(m, pos, inSet(needleModel)); });
-    case 14:
-        return check(describe("find_first_not_of", name, pos), [&] { return m_text.find_first_not_of(needle, pos); },
-                     [&](Model& m) { return scanForward(m, pos, notInSet(needleModel)); });
-    case 15:
-        return check(describe("find_last_not_of", name, pos), [&] { return m_text.find_last_not_of(needle, pos); },
-                     [&](Model& m) { return scanBackward(m, pos, notInSet(needleModel)); });
-    case 16:
-        return check(describe("find_first_of", show(b.repaired), pos, n),
-                     [&] { return m_text.find_first_of(s.c_str(), pos, n); },
-                     [&](Model& m) {
-                         const Model set = counted(b, n);
-                         return scanForward(m, pos, inSet(set));
-                     });
-    case 17:
-        return check(describe("find_last_not_of", show(b.repaired), pos, n),
-                     [&] { return m_text.find_last_not_of(s.c_str(), pos, n); },
-                     [&](Model& m) {
-                         const Model set = counted(b, n);
-                         return scanBackward(m, pos, notInSet(set));
-                     });
-    case 18:
-        return check(describe("find_last_of(repaired)", show(b.repaired), pos),
-                     [&] { return m_text.find_last_of(s.c_str(), pos); },
-                     [&](Model& m) { return scanBackward(m, pos, inSet(b.repaired)); });
-    case 19:
-        return check(describe("find_first_not_of(repaired)", show(b.repaired), pos),
-                     [&] { return m_text.find_first_not_of(s.c_str(), pos); },
-                     [&](Model& m) { return scanForward(m, pos, notInSet(b.repaired)); });
-    case 20:
-        return check(describe("find_first_not_of", cp, pos), [&] { return m_text.find_first_not_of(cp, pos); },
-                     [&](Model& m) { return scanForward(m, pos, isNot); });
-    default:
-        return check(describe("find_last_not_of", cp, pos), [&] { return m_text.find_last_not_of(cp, pos); },
-                     [&](Model& m) { return scanBackward(m, pos, isNot); });
+    switch (pick(25)) {
+    case 0: return READ(m_text.compare(pos, n, needle, pos2, n2), modelCompare(m, pos, n, needleModel, pos2, n2));
+    case 1: return READ(m_text.compare(pos, n, s, n2), modelCompare(m, pos, n, b.repaired, 0, n2));
+    case 2: // all three forms of the six relations
+        return READ(relations(m_text, needle) | relations(m_text, s) << 6 | relations(s, m_text) << 12,
+                    relations(m, needleModel) | relations(m, b.repaired) << 6 | relations(b.repaired, m) << 12);
+    case 3: return EDIT(m_text = m_text.substr(pos, n), m = part(m, pos, n));
+    case 4: return READ(m_text.find(needle, pos), modelFind(m, needleModel, pos));
+    case 5: return READ(m_text.rfind(needle, pos), modelRfind(m, needleModel, pos));
+    case 6: return READ(m_text.find(s, pos, n), walked ? modelFind(m, countedNeedle, pos) : npos);
+    case 7: return READ(m_text.rfind(s, pos, n), walked ? modelRfind(m, countedNeedle, pos) : npos);
+    case 8: return READ(m_text.find(s, pos), modelFind(m, raw, pos));
+    case 9: return READ(m_text.rfind(s, pos), modelRfind(m, raw, pos));
+    case 10: // the code-point forms of find_first_of and find_last_of are find and rfind
+        return READ(m_text.find(cp, pos), isValid(c) ? modelFind(m, Model(1, c), pos) : invalid());
+    case 11: return READ(m_text.find_first_of(cp, pos), isValid(c) ? modelFind(m, Model(1, c), pos) : invalid());
+    case 12: return READ(m_text.rfind(cp, pos), isValid(c) ? modelRfind(m, Model(1, c), pos) : invalid());
+    case 13: return READ(m_text.find_last_of(cp, pos), isValid(c) ? modelRfind(m, Model(1, c), pos) : invalid());
+    case 14: return READ(m_text.find_first_of(needle, pos), scanForward(m, pos, inSet(needleModel)));
+    case 15: return READ(m_text.find_last_of(needle, pos), scanBackward(m, pos, inSet(needleModel)));
+    case 16: return READ(m_text.find_first_not_of(needle, pos), scanForward(m, pos, notInSet(needleModel)));
+    case 17: return READ(m_text.find_last_not_of(needle, pos), scanBackward(m, pos, notInSet(needleModel)));
+    case 18: return READ(m_text.find_first_of(s, pos, n), scanForward(m, pos, inSet(counted(b, n))));
+    case 19: return READ(m_text.find_last_not_of(s, pos, n), scanBackward(m, pos, notInSet(counted(b, n))));
+    case 20: return READ(m_text.find_last_of(s, pos), scanBackward(m, pos, inSet(b.repaired)));
+    case 21: return READ(m_text.find_first_not_of(s, pos), scanForward(m, pos, notInSet(b.repaired)));
+    case 22: return READ(m_text.find_first_not_of(cp, pos), scanForward(m, pos, isNot));
+    case 23: return READ(m_text.find_last_not_of(cp, pos), scanBackward(m, pos, isNot));
+    default: // at() and [] are one operation
+        return READ(n % 2 ? m_text[pos] : m_text.at(pos),
+                    pos < m.size() ? static_cast<long long>(m[pos]) : (refuse(badPosition), 0));
     }
 }
 

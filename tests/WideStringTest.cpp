@@ -36,38 +36,24 @@ TEST(WideString, WideningSignExtendsBytesAndNarrowingRefusesAbove255)
     EXPECT_THROW(tstr_to_str(std::wstring(1, static_cast<wchar_t>(-1))), Exception);
 }
 
-TEST(WideString, PlusAppendsToItsLeftOperand)
+// operator+, trim and replaceIn change their argument and return it.
+TEST(WideString, InPlaceEdits)
 {
-    std::wstring text(L"id");
-    EXPECT_EQ(&(text + -5), &text);
-    EXPECT_EQ(text, L"id-5");
-}
-
-TEST(WideString, TrimRemovesOuterWhiteSpaceOnly)
-{
-    std::wstring text(L" \t\r\na b\t");
-    EXPECT_EQ(&trim(text), &text);
+    std::wstring id(L"id"), text(L" \t\r\na b\t"), left(L" x "), right(L" x "), doubled(L"aXa");
+    EXPECT_TRUE(&(id + -5) == &id && &trim(text) == &text && &replaceIn(doubled, L"a", L"aa") == &doubled);
+    EXPECT_EQ(id, L"id-5");
     EXPECT_EQ(text, L"a b");
+    EXPECT_EQ(trimLeft(left) + trimRight(right), L"x  x");
+    EXPECT_EQ(doubled, L"aaXaa"); // what went in is not searched again
     const std::wstring original(L" x ");
     EXPECT_EQ(trim(original), L"x");
     EXPECT_EQ(original, L" x ");
-    std::wstring left(L" x "), right(L" x ");
-    EXPECT_EQ(trimLeft(left), L"x ");
-    EXPECT_EQ(trimRight(right), L" x");
     for (const wchar_t* blank : {L"", L" \t\r\n\v\f"})
         EXPECT_EQ(trim(std::wstring(blank)), L"");
-}
-
-TEST(WideString, ReplaceInSkipsWhatItInserted)
-{
-    std::wstring text(L"aXa");
-    EXPECT_EQ(&replaceIn(text, L"a", L"aa"), &text);
-    EXPECT_EQ(text, L"aaXaa");
     text = L"abab";
     EXPECT_EQ(replaceIn(text, L"", L"z"), L"abab");
     EXPECT_EQ(replaceIn(text, L"q", L"z"), L"abab");
     EXPECT_EQ(replaceIn(text, L"b", L""), L"aa");
-    EXPECT_EQ(replaceIn(text, L"a", L"b"), L"bb");
 }
 
 TEST(WideString, IsNumericReadsOneWholeDecimalNumberForTheThreeBases)
@@ -83,7 +69,7 @@ TEST(WideString, IsNumericReadsOneWholeDecimalNumberForTheThreeBases)
         EXPECT_FALSE(isNumeric(L"12", base)) << base;
 }
 
-TEST(Tokenizer, RunsAndEndsOfDelimitersGiveNoEmptyTokens)
+TEST(Tokenizer, RunsOfDelimitersGiveNoEmptyTokensAndEachCallMayHaveItsOwnSet)
 {
     Tokenizer words(L" a  \tb\r\n");
     EXPECT_EQ(tokensOf(words), (std::vector<std::wstring>{L"a", L"b"}));
@@ -96,10 +82,8 @@ TEST(Tokenizer, RunsAndEndsOfDelimitersGiveNoEmptyTokens)
 
     Tokenizer whole(L" a ", L"");
     EXPECT_EQ(tokensOf(whole), (std::vector<std::wstring>{L" a "}));
-}
 
-TEST(Tokenizer, PerCallDelimitersStartFromTheEndingDelimiter)
-{
+    // A set given to one call starts from the delimiter that ended the token.
     Tokenizer tokenizer(L"a,b c d");
     ASSERT_TRUE(tokenizer.nextToken(L","));
     EXPECT_EQ(tokenizer.getToken(), L"a");
