@@ -90,27 +90,35 @@ void pause()
 #endif
 }
 
+// A waiter backs off for twice as long each time it finds the lock taken:
+// two threads that retry at once keep the heap's lines bouncing between
+// their caches, which costs far more than the short work done under it.
 class SpinLock
 {
 public:
     void lock()
     {
+        int delay = 1;
         while (m_busy.exchange(true, std::memory_order_acquire)) {
-            int spins = 0;
-            while (m_busy.load(std::memory_order_relaxed)) {
-                if (++spins < 100)
+            int rounds = 0;
+            do {
+                for (int i = 0; i < delay; ++i)
                     pause();
-                else {
+                if (delay < maximumDelay)
+                    delay *= 2;
+                else if (++rounds == 50) {
                     // The holder may be waiting for a processor.
                     sched_yield();
-                    spins = 0;
+                    rounds = 0;
                 }
-            }
+            } while (m_busy.load(std::memory_order_relaxed));
         }
     }
     void unlock() { m_busy.store(false, std::memory_order_release); }
 
 private:
+    static const int maximumDelay = 256; // pauses
+
     std::atomic<bool> m_busy{false};
 };
 
