@@ -86,16 +86,20 @@ TEST(LocalHeap, FreeIgnoresNullAndRefusesWhatIsNotItsBlock)
     other.free(foreign);
 }
 
+// Each thread keeps its last round's blocks; this thread frees them, so
+// blocks go back across threads too.
 TEST(LocalHeap, ThreadsAllocateAndFreeAtOnce)
 {
     Win32LocalHeap heap(0, 0);
     std::vector<int> faults(4, 0);
+    std::vector<std::vector<void*>> kept(4);
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t)
-        threads.emplace_back([&heap, &faults, t] {
+        threads.emplace_back([&heap, &faults, &kept, t] {
             const unsigned char pattern = static_cast<unsigned char>(0x11 * (t + 1));
             std::vector<std::pair<void*, unsigned int>> held;
             for (unsigned int round = 0; round < 300; ++round) {
+                held.clear();
                 for (unsigned int i = 0; i < 16; ++i) {
                     const unsigned int size = 1 + (round * 7 + i * 131) % 3000;
                     void* block = heap.allocate(size);
@@ -106,14 +110,21 @@ TEST(LocalHeap, ThreadsAllocateAndFreeAtOnce)
                 }
                 for (const auto& block : held) {
                     faults[t] += allBytesAre(block.first, block.second, pattern) ? 0 : 1;
-                    heap.free(block.first);
+                    if (round < 299)
+                        heap.free(block.first);
+                    else
+                        kept[t].push_back(block.first);
                 }
-                held.clear();
             }
         });
     for (std::thread& thread : threads)
         thread.join();
     EXPECT_EQ(faults, std::vector<int>(4, 0));
+    for (const std::vector<void*>& blocks : kept) {
+        ASSERT_EQ(blocks.size(), 16u);
+        for (void* block : blocks)
+            EXPECT_NO_THROW(heap.free(block));
+    }
 }
 
 } // namespace

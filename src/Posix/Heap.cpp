@@ -11,7 +11,13 @@
 // keeps its size again in its last word, so that the block after it can
 // merge with it; free blocks never lie side by side and never just below
 // the top. Free blocks wait in lists of one exact size each up to 8 KiB,
-// and in one list of larger ones. One spin lock serialises each heap.
+// and in one list of larger ones.
+//
+// A growable heap is split into arenas, each with its own mappings, lists
+// and lock, and each thread allocates from one of them, so that threads
+// sharing a heap seldom meet on a lock or on each other's cache lines. A
+// block goes back to the arena whose mapping holds it. A bounded heap has
+// one arena, which holds the whole bound.
 #include "PosixSupport.h"
 #include "Win32Heap.h"
 
@@ -142,23 +148,20 @@ std::size_t pageSize()
 
 std::size_t roundUp(std::size_t value, std::size_t step) { return (value + step - 1) / step * step; }
 
-class Heap
+// Mappings, their free lists and the lock that guards them; aligned, so
+// that the arenas of two threads share no cache line.
+class alignas(64) Arena
 {
 public:
-    explicit Heap(std::size_t maximum)
-        : m_magic(liveHeap), m_secret(reinterpret_cast<std::uintptr_t>(this) * 0x9E3779B97F4A7C15ull),
-          m_maximum(maximum)
-    {
-    }
+    Arena(std::uintptr_t secret, std::size_t maximum) : m_secret(secret), m_maximum(maximum) {}
 
-    ~Heap()
+    ~Arena()
     {
-        m_magic = 0;
         for (const Segment& segment : m_segments)
             munmap(segment.base, segment.mapped);
     }
-
-    bool valid() const { return m_magic == liveHeap; }
+    Arena(const Arena&) = delete;
+    Arena& operator=(const Arena&) = delete;
 
     // A mapping of whole pages, of which the first size bytes are used.
     bool addSegment(std::size_t size)
@@ -204,18 +207,25 @@ public:
         return reinterpret_cast<char*>(block) + headerSize;
     }
 
-    bool free(void* payload)
+    enum class Freed
+    {
+        Done,
+        Refused, // in one of this arena's mappings, but no live block
+        NotHere
+    };
+
+    Freed free(void* payload)
     {
         Guard guard(m_lock);
         Segment* segment = segmentOf(payload);
         if (segment == nullptr)
-            return false;
+            return Freed::NotHere;
         Block* block = reinterpret_cast<Block*>(static_cast<char*>(payload) - headerSize);
         if (block->tag != tagFor(block) || (block->head & inUse) == 0 || sizeOf(block) < smallestBlock ||
             sizeOf(block) > static_cast<std::size_t>(segment->top - reinterpret_cast<char*>(block)))
-            return false;
+            return Freed::Refused;
         release(*segment, block);
-        return true;
+        return Freed::Done;
     }
 
 private:
@@ -362,13 +372,90 @@ private:
         link(block);
     }
 
-    std::uint64_t m_magic;
     const std::uintptr_t m_secret;
     const std::size_t m_maximum;
     SpinLock m_lock;
     std::vector<Segment> m_segments;
     Block* m_lists[exactLists + 1] = {};
     std::uint64_t m_used[exactLists / 64] = {};
+};
+
+// The arenas of one heap. All but the first are made when a thread first
+// needs them; none goes before the heap does.
+class Heap
+{
+public:
+    explicit Heap(std::size_t maximum)
+        : m_magic(liveHeap), m_secret(reinterpret_cast<std::uintptr_t>(this) * 0x9E3779B97F4A7C15ull),
+          m_arenaCount(maximum != 0 ? 1 : arenaLimit), m_first(m_secret, maximum)
+    {
+        m_arenas[0] = &m_first;
+    }
+
+    ~Heap()
+    {
+        m_magic = 0;
+        for (std::size_t i = 1; i < m_arenaCount; ++i)
+            delete m_arenas[i].load(std::memory_order_acquire);
+    }
+    Heap(const Heap&) = delete;
+    Heap& operator=(const Heap&) = delete;
+
+    bool valid() const { return m_magic == liveHeap; }
+
+    bool addSegment(std::size_t size) { return m_first.addSegment(size); }
+
+    void* allocate(std::size_t bytes, std::size_t& dirty)
+    {
+        return arena(threadSlot() % m_arenaCount).allocate(bytes, dirty);
+    }
+
+    // Looks in this thread's arena first, where its own blocks are.
+    bool free(void* payload)
+    {
+        const std::size_t own = threadSlot() % m_arenaCount;
+        for (std::size_t i = 0; i < m_arenaCount; ++i) {
+            Arena* arena = m_arenas[(own + i) % m_arenaCount].load(std::memory_order_acquire);
+            const Arena::Freed freed = arena != nullptr ? arena->free(payload) : Arena::Freed::NotHere;
+            if (freed != Arena::Freed::NotHere)
+                return freed == Arena::Freed::Done;
+        }
+        return false;
+    }
+
+private:
+    static const std::size_t arenaLimit = 8;
+
+    // A number per thread, handed out in turn, so that threads spread over
+    // the arenas.
+    static std::size_t threadSlot()
+    {
+        static std::atomic<std::size_t> next{0};
+        thread_local const std::size_t slot = next.fetch_add(1, std::memory_order_relaxed);
+        return slot;
+    }
+
+    // The arena at an index, made if there is none yet; the first one if
+    // no memory is left for a new one.
+    Arena& arena(std::size_t index)
+    {
+        Arena* found = m_arenas[index].load(std::memory_order_acquire);
+        if (found != nullptr)
+            return *found;
+        Arena* made = new (std::nothrow) Arena(m_secret, 0);
+        if (made == nullptr)
+            return m_first;
+        if (m_arenas[index].compare_exchange_strong(found, made, std::memory_order_acq_rel))
+            return *made;
+        delete made;
+        return *found;
+    }
+
+    std::uint64_t m_magic;
+    const std::uintptr_t m_secret;
+    const std::size_t m_arenaCount;
+    Arena m_first;
+    std::atomic<Arena*> m_arenas[arenaLimit] = {};
 };
 
 Heap* heapOf(HANDLE handle)
