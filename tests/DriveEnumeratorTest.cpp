@@ -62,11 +62,7 @@ class DriveSeam : public ::testing::Test
 protected:
     // A made-up drive: its mount point (a name in the directory), device,
     // file system type, whether it is removable and whether a volume is in it.
-    struct Drive
-    {
-        const char *name, *device, *type;
-        bool removable, plugged;
-    };
+    struct Drive { const char *name, *device, *type; bool removable, plugged; };
 
     void TearDown() override { Posix::setDriveSources("", ""); }
 
@@ -110,7 +106,7 @@ protected:
     };
 };
 
-TEST_F(DriveSeam, EnumerateReportsReadableDrivesInTableOrder)
+TEST_F(DriveSeam, EnumerateReportsReadableDrivesInTableOrderAndSDPathTheFirstPluggedRemovable)
 {
     useTable({"data", "my card", "empty", "share", "stick", "disc"});
     std::vector<Visit> expected{
@@ -128,15 +124,9 @@ TEST_F(DriveSeam, EnumerateReportsReadableDrivesInTableOrder)
     // Without a readable table only the root is left.
     Posix::setDriveSources(directory.file("no-such-table"), directory.file("no-such-devices"));
     EXPECT_EQ(visits(false), (std::vector<Visit>{{false, "/", DRIVE_FIXED}}));
-}
 
-TEST_F(DriveSeam, SDPathIsTheFirstPluggedRemovableDrive)
-{
-    const struct
-    {
-        std::initializer_list<const char*> table;
-        const char* expected; // a drive's name; "/" for the root
-    } cases[] = {
+    // The drive's name, or "/" for the root.
+    const struct { std::initializer_list<const char*> table; const char* expected; } cases[] = {
         {{"empty", "data", "my card", "stick"}, "my card"}, // the empty one passed over, no further one looked at
         {{"stick", "data"}, "stick"},                        // ahead of a fixed drive
         {{"data", "share"}, "share"},                        // none removable: the last readable drive
