@@ -104,14 +104,11 @@ TEST(KernelObjects, NamedObjectsAreSharedWithAnotherProcess)
 
         Win32Semaphore semaphore(semaphoreName, 0, 5, false);
         EXPECT_EQ(runHelper("release-semaphore", semaphoreName), 0);
-        EXPECT_TRUE(semaphore.try_acquire());
-        EXPECT_TRUE(semaphore.try_acquire());
-        EXPECT_FALSE(semaphore.try_acquire());
+        EXPECT_TRUE(semaphore.try_acquire() && semaphore.try_acquire() && !semaphore.try_acquire());
     }
     // With every handle closed, in both processes, the names are gone.
     EXPECT_TRUE(throwsWith<Exception>([&] { Win32Mutex(mutexName, true); }, "Cannot open Mutex!"));
-    EXPECT_TRUE(throwsWith<Exception>([&] { Win32Semaphore(semaphoreName, 0, 1, true); },
-                                      "Cannot open Semaphore!"));
+    EXPECT_TRUE(throwsWith<Exception>([&] { Win32Semaphore(semaphoreName, 0, 1, true); }, "Cannot open Semaphore!"));
 }
 
 TEST(KernelObjects, SemaphoreRefusesSilentlyAndWakesOnAnotherObjectsEnd)
@@ -126,9 +123,7 @@ TEST(KernelObjects, SemaphoreRefusesSilentlyAndWakesOnAnotherObjectsEnd)
         opened.release(2);
         opened.release(); // past the maximum, as is the destructor's release
     }
-    EXPECT_TRUE(created.try_acquire());
-    EXPECT_TRUE(created.try_acquire());
-    EXPECT_FALSE(created.try_acquire());
+    EXPECT_TRUE(created.try_acquire() && created.try_acquire() && !created.try_acquire());
     auto waiter = std::async(std::launch::async, [&] { created.acquire(); });
     { Win32Semaphore(name, 0, 1, false); }
     EXPECT_EQ(waiter.wait_for(std::chrono::seconds(10)), std::future_status::ready);

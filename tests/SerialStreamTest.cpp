@@ -157,7 +157,7 @@ private:
     bool m_running = false;
 };
 
-TEST_F(SerialStream, OpenLeavesARawLine)
+TEST_F(SerialStream, OpenLeavesARawLineReadWaitsForEveryByteAndWriteArrives)
 {
     const struct { Bps bps; DataBits dataBits; Parity parity; StopBits stopBits; const char* settings; } cases[] = {
         {Bps9600, DataBits8, ParityNone, StopBits1, "9600 1 raw"},
@@ -172,10 +172,7 @@ TEST_F(SerialStream, OpenLeavesARawLine)
         EXPECT_EQ(c.settings, command("settings"));
         serial.close();
     }
-}
 
-TEST_F(SerialStream, ReadWaitsForEveryByteAndWriteArrives)
-{
     corvo_test::Recorder recorder("serial-stream-test");
     Win32SerialStream serial;
     serial.open(port, Bps9600, DataBits8, ParityNone, StopBits1);

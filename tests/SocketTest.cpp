@@ -134,12 +134,11 @@ TEST(Socket, AGonePeerFailsTheTransfersAndRaisesNoSignal)
 
 TEST(Socket, UdpReadAnswersTheSenderAndLogs)
 {
-    corvo_test::Recorder recorder("socket-udp");
     Win32Socket server;
     const unsigned short port = bindFreePort(server, UDP);
     Win32Socket client;
     client.open(SocketAddress(loopback, port), UDP);
-    recorder.records.clear();
+    corvo_test::Recorder recorder("socket-udp");
     client.write(packetOf("ping"));
     EXPECT_EQ(bytesOf(server.read(256)), "ping");
     server.write(packetOf("pong")); // to the sender, not to the address of open
