@@ -149,9 +149,7 @@ TEST(GraphicalContext, DrawsAndSharesWithTheFirstContext)
     first->swapBuffers();
     GLuint texture = 0;
     glGenTextures(1, &texture);
-    glBindTexture(GL_TEXTURE_2D, texture);
-    const unsigned char texel[4] = {1, 2, 3, 4};
-    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, 1, 1, 0, GL_RGBA, GL_UNSIGNED_BYTE, texel);
+    glBindTexture(GL_TEXTURE_2D, texture); // the name becomes a texture object
     glFinish();
     const HGLRC firstContext = wglGetCurrentContext();
     first->release();
