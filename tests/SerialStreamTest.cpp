@@ -120,7 +120,7 @@ protected:
         if (!prefix || !fs::exists(localPath(python)))
             GTEST_SKIP() << "no pseudo-terminal pair: needs " << python << " on Linux, and WINEPREFIX under Wine";
         std::ofstream(m_base + ".py") << helperScript;
-        m_running = start(python + " " + base + ".py " + base + " " + link) && reply() == "ready";
+        m_running = start(python + " " + base + ".py " + base + " " + link) && command("") == "ready";
         fs::remove(m_base + ".py");
         if (!m_running)
             GTEST_SKIP() << "no pseudo-terminal pair: the helper did not start";
@@ -131,28 +131,24 @@ protected:
             command("quit"); // waits until the link has gone
     }
 
+    // Sends the request, if there is one, and gives the reply, or nothing
+    // after 20 seconds.
     std::string command(const std::string& text)
     {
-        std::ofstream(m_base + ".new") << text;
-        fs::rename(m_base + ".new", m_base + ".req");
-        return reply();
-    }
-
-    std::string port; // what follows "COM"
-
-private:
-    // The reply, or nothing after 20 seconds.
-    std::string reply()
-    {
+        if (!text.empty()) {
+            std::ofstream(m_base + ".new") << text;
+            fs::rename(m_base + ".new", m_base + ".req");
+        }
         const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
         while (!fs::exists(m_base + ".rep") && std::chrono::steady_clock::now() < end)
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        std::stringstream text;
-        text << std::ifstream(m_base + ".rep").rdbuf();
+        std::stringstream reply;
+        reply << std::ifstream(m_base + ".rep").rdbuf();
         fs::remove(m_base + ".rep");
-        return text.str();
+        return reply.str();
     }
 
+    std::string port; // what follows "COM"
     std::string m_base;
     bool m_running = false;
 };
