@@ -47,25 +47,20 @@ unsigned short bindFreePort(Win32Socket& socket, Protocol protocol)
 // A listening server whose one connection is served by `serve` in a thread.
 // Its sockets are made and destroyed on the test's thread: the count of
 // sockets is plain data that one thread keeps.
-class Peer
+struct Peer
 {
-public:
-    explicit Peer(std::function<void(Win32Socket&)> serve) : port(bindFreePort(m_listener, TCP))
+    explicit Peer(std::function<void(Win32Socket&)> serve) : port(bindFreePort(listener, TCP))
     {
-        m_listener.listen();
-        m_thread = std::thread([this, serve] { m_listener.accept(m_connection), serve(m_connection); });
+        listener.listen();
+        thread = std::thread([this, serve] { listener.accept(connection), serve(connection); });
     }
-    ~Peer() { join(), m_listener.close(); }
-    void join() { m_thread.joinable() ? m_thread.join() : void(); }
+    ~Peer() { join(), listener.close(); }
+    void join() { thread.joinable() ? thread.join() : void(); }
     void connect(Win32Socket& client) { client.open(SocketAddress(loopback, port), TCP), client.connect(); }
 
-private:
-    Win32Socket m_listener;
-    Win32Socket m_connection;
-    std::thread m_thread;
-
-public:
+    Win32Socket listener, connection;
     const unsigned short port;
+    std::thread thread;
 };
 
 // The process's open descriptors, on Linux; 0 elsewhere.
