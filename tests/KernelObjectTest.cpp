@@ -213,11 +213,7 @@ struct Worker : Win32Thread
           })
     {
     }
-    ~Worker() override
-    {
-        stop = true;
-        join(0xFFFFFFFFul);
-    }
+    ~Worker() override { stop = true, join(0xFFFFFFFFul); }
     std::atomic<void*> seenSelf{nullptr};
     std::atomic<unsigned long long> steps{0};
     std::atomic<bool> stop{false};
