@@ -38,18 +38,15 @@ bool haveDisplay()
 {
 #ifdef _WIN32
     // Wine draws through X11 too; Windows itself always has a desktop.
-    const HMODULE ntdll = GetModuleHandleW(L"ntdll.dll");
-    const bool underWine = ntdll != nullptr && GetProcAddress(ntdll, "wine_get_version") != nullptr;
-    return !underWine || std::getenv("DISPLAY") != nullptr;
+    return std::getenv("DISPLAY") != nullptr || !GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version");
 #else
     return testDisplay() != nullptr;
 #endif
 }
 
-#define SKIP_WITHOUT_DISPLAY()                                                          \
-    if (!haveDisplay())                                                                 \
-    GTEST_SKIP() << "no X display: DISPLAY is unset or names no server (run the test " \
-                    "through tests/with-xvfb)"
+#define SKIP_WITHOUT_DISPLAY() \
+    if (!haveDisplay())         \
+    GTEST_SKIP() << "no X display: DISPLAY is unset or names no server (run the test through tests/with-xvfb)"
 
 // Window classes are never unregistered, so every window needs a title of
 // its own.
