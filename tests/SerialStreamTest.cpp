@@ -14,6 +14,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <future>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -173,11 +174,9 @@ TEST_F(SerialStream, OpenLeavesARawLineReadWaitsForEveryByteAndWriteArrives)
     Win32SerialStream serial;
     serial.open(port, Bps9600, DataBits8, ParityNone, StopBits1);
     command("send " + std::string("a\0", 2));
-    std::string got;
-    std::thread reader([&] { got = bytesOf(serial.read(5)); });
+    auto reader = std::async(std::launch::async, [&] { return bytesOf(serial.read(5)); });
     command("later cde");
-    reader.join();
-    EXPECT_EQ(std::string("a\0cde", 5), got);
+    EXPECT_EQ(std::string("a\0cde", 5), reader.get());
 
     EXPECT_TRUE(serial.write(Packet_T<char>(3, "xyz")));
     EXPECT_EQ("xyz", command("receive 3"));
@@ -186,11 +185,8 @@ TEST_F(SerialStream, OpenLeavesARawLineReadWaitsForEveryByteAndWriteArrives)
     serial.close();
     const std::vector<std::string> expected = {
         "Win32SerialStream::open( COM" + port + ", 9600Bps, DataBits:8, Parity: 0, Stop bits:1 )",
-        "Win32SerialStream::read()",
-        "Win32SerialStream::write(3 bytes  )",
-        "Win32SerialStream::setProperty()",
-        "Win32SerialStream::close()",
-        "Win32SerialStream::close()"};
+        "Win32SerialStream::read()", "Win32SerialStream::write(3 bytes  )", "Win32SerialStream::setProperty()",
+        "Win32SerialStream::close()", "Win32SerialStream::close()"};
     EXPECT_EQ(expected, recorder.texts());
     EXPECT_NE(std::string::npos, recorder.records[0].head.find(" [[DEBUG]Vesk::Corvo::Win32SerialStream::open] "));
 }
