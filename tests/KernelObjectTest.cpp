@@ -137,11 +137,9 @@ TEST(KernelObjects, ReadersShareAWaitingWriterStopsLaterOnesAndDestructionWaitsF
     lock->readUnlock();
     std::atomic<int> order{0};
     int writerSaw = -1;
-    Win32Event writerIn;
     auto writer = std::async(std::launch::async, [&] {
         lock->writeLock();
         writerSaw = order.fetch_add(1);
-        writerIn.signal();
         lock->writeUnlock();
     });
     // A reader that can't get in within a while shows the writer waiting;
@@ -159,10 +157,9 @@ TEST(KernelObjects, ReadersShareAWaitingWriterStopsLaterOnesAndDestructionWaitsF
         order = 0;
     }
     lock->readUnlock(); // never waits for the writer
-    EXPECT_TRUE(writerIn.wait(10000));
+    EXPECT_EQ(writer.wait_for(std::chrono::seconds(10)), std::future_status::ready);
     EXPECT_EQ(writerSaw, 0);
     EXPECT_EQ(reader.get(), 1);
-    writer.get();
 
     lock->readLock();
     auto destroyer = std::async(std::launch::async, [&] { delete lock; });
