@@ -62,29 +62,23 @@ class DriveSeam : public ::testing::Test
 protected:
     // A made-up drive: its mount point (a name in the directory), device,
     // file system type, whether it is removable and whether a volume is in it.
-    struct Drive
-    {
-        const char *name, *device, *type;
-        bool removable, plugged;
-    };
+    struct Drive { const char *name, *device, *type; bool removable, plugged; };
 
     void TearDown() override { Posix::setDriveSources("", ""); }
 
-    // Makes the named drives and points the layer at a table of them, in the
-    // given order, among entries that are no drives.
-    void useTable(std::initializer_list<const char*> names)
+    // Makes the drives and points the layer at a table of them, in the given
+    // order, among entries that are no drives.
+    void useTable(std::initializer_list<Drive> drives)
     {
         std::ofstream table(directory.file("mounts"));
         table << "proc /proc proc rw 0 0\ntmpfs /run tmpfs rw 0 0\n";
-        for (const char* name : names) {
-            const Drive& drive =
-                *std::find_if(drives.begin(), drives.end(), [&](const Drive& d) { return std::string(d.name) == name; });
+        for (const Drive& drive : drives) {
             if (drive.plugged)
-                std::filesystem::create_directories(directory.file(name));
+                std::filesystem::create_directories(directory.file(drive.name));
             const std::string device = directory.file("devices") + "/" + std::string(drive.device).substr(5);
             std::filesystem::create_directories(device);
             std::ofstream(device + "/removable") << (drive.removable ? "1\n" : "0\n");
-            std::string point = directory.file(name);
+            std::string point = directory.file(drive.name);
             for (std::size_t at = point.find(' '); at != std::string::npos; at = point.find(' ', at))
                 point.replace(at, 1, "\\040");
             table << drive.device << ' ' << point << ' ' << drive.type << " rw 0 0\n";
@@ -93,7 +87,7 @@ protected:
         Posix::setDriveSources(directory.file("mounts"), directory.file("devices"));
     }
 
-    std::string root(const char* name) const { return directory.file(name) + "/"; }
+    std::string root(const Drive& drive) const { return directory.file(drive.name) + "/"; }
 
     std::vector<Visit> visits(bool secondary)
     {
@@ -103,23 +97,17 @@ protected:
     }
 
     corvo_test::TempDirectory directory{"drives"};
-    const std::vector<Drive> drives{
-        {"data", "/dev/sda2", "ext4", false, true},  {"my card", "/dev/sdb1", "vfat", true, true},
-        {"empty", "/dev/sdc1", "vfat", true, false}, {"share", "server:/export", "nfs4", false, true},
-        {"stick", "/dev/sdd1", "exfat", true, true}, {"disc", "/dev/sr0", "iso9660", true, true},
-    };
+    const Drive data{"data", "/dev/sda2", "ext4", false, true}, card{"my card", "/dev/sdb1", "vfat", true, true},
+        empty{"empty", "/dev/sdc1", "vfat", true, false}, share{"share", "server:/export", "nfs4", false, true},
+        stick{"stick", "/dev/sdd1", "exfat", true, true}, disc{"disc", "/dev/sr0", "iso9660", true, true};
 };
 
-TEST_F(DriveSeam, EnumerateReportsReadableDrivesInTableOrder)
+TEST_F(DriveSeam, EnumerateReportsReadableDrivesInTableOrderAndSDPathTheFirstPluggedRemovable)
 {
-    useTable({"data", "my card", "empty", "share", "stick", "disc"});
+    useTable({data, card, empty, share, stick, disc});
     std::vector<Visit> expected{
-        {false, "/", DRIVE_FIXED},
-        {false, root("data"), DRIVE_FIXED},
-        {false, root("my card"), DRIVE_REMOVABLE},
-        {false, root("share"), DRIVE_REMOTE},
-        {false, root("stick"), DRIVE_REMOVABLE},
-        {false, root("disc"), DRIVE_CDROM},
+        {false, "/", DRIVE_FIXED},          {false, root(data), DRIVE_FIXED},   {false, root(card), DRIVE_REMOVABLE},
+        {false, root(share), DRIVE_REMOTE}, {false, root(stick), DRIVE_REMOVABLE}, {false, root(disc), DRIVE_CDROM},
     };
     EXPECT_EQ(visits(false), expected);
     for (Visit& visit : expected)
@@ -128,25 +116,18 @@ TEST_F(DriveSeam, EnumerateReportsReadableDrivesInTableOrder)
     // Without a readable table only the root is left.
     Posix::setDriveSources(directory.file("no-such-table"), directory.file("no-such-devices"));
     EXPECT_EQ(visits(false), (std::vector<Visit>{{false, "/", DRIVE_FIXED}}));
-}
 
-TEST_F(DriveSeam, SDPathIsTheFirstPluggedRemovableDrive)
-{
-    const struct
-    {
-        std::initializer_list<const char*> table;
-        const char* expected; // a drive's name; "/" for the root
-    } cases[] = {
-        {{"empty", "data", "my card", "stick"}, "my card"}, // the empty one passed over, no further one looked at
-        {{"stick", "data"}, "stick"},                        // ahead of a fixed drive
-        {{"data", "share"}, "share"},                        // none removable: the last readable drive
-        {{"empty"}, "/"},
+    // The drive whose root getSDPath gives; null for the system's root.
+    const struct { std::initializer_list<Drive> table; const Drive* expected; } cases[] = {
+        {{empty, data, card, stick}, &card}, // the empty one passed over, no further one looked at
+        {{stick, data}, &stick},             // ahead of a fixed drive
+        {{data, share}, &share},             // none removable: the last readable drive
+        {{empty}, nullptr},
     };
     for (const auto& c : cases) {
         useTable(c.table);
         VisitRecorder recorder;
-        EXPECT_EQ(Win32DriveEnumerator(recorder).getSDPath(), std::string(c.expected) == "/" ? "/" : root(c.expected))
-            << c.expected;
+        EXPECT_EQ(Win32DriveEnumerator(recorder).getSDPath(), c.expected ? root(*c.expected) : "/");
     }
 }
 #endif

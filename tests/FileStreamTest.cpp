@@ -25,29 +25,19 @@ std::string bytesOf(const Packet_T<char>& packet) { return std::string(packet.m_
 
 Packet_T<char> packetOf(const std::string& text) { return Packet_T<char>(unsigned(text.size()), text.data()); }
 
-// A mode on a file holding "hello": whether it opens a missing file, where it
-// starts, what a read gives (null: the read fails), whether a write of "XY"
-// passes, and the content after it.
-struct ModeCase
-{
-    const char* mode;
-    bool opensMissing;
-    unsigned long long start;
-    const char* reads;
-    bool writes;
-    const char* after;
-};
-
-const ModeCase modeCases[] = {
-    {"r", false, 0, "hello", false, "hello"},   {"r+", false, 0, "hello", true, "helloXY"},
-    {"w", true, 0, nullptr, true, "XY"},         {"w+", true, 0, "", true, "XY"},
-    {"a", true, 5, "", true, "helloXY"},
-};
-
 TEST(FileStream64, Modes)
 {
+    // A mode on a file holding "hello": whether it opens a missing file, where
+    // it starts, what a read gives (null: the read fails), whether a write of
+    // "XY" passes, and the content after it.
+    const struct { const char* mode; bool opensMissing; unsigned long long start;
+                   const char* reads; bool writes; const char* after; } cases[] = {
+        {"r", false, 0, "hello", false, "hello"}, {"r+", false, 0, "hello", true, "helloXY"},
+        {"w", true, 0, nullptr, true, "XY"},       {"w+", true, 0, "", true, "XY"},
+        {"a", true, 5, "", true, "helloXY"},
+    };
     corvo_test::TempDirectory dir("modes");
-    for (const ModeCase& c : modeCases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.mode);
         dir.write("f", "hello");
         Win32FileStream64 file;
@@ -76,12 +66,20 @@ TEST(FileStream64, Modes)
     }
 }
 
-TEST(FileStream64, BadModesCreateNothingLogNothingAndKeepTheOpenFile)
+TEST(FileStream64, RefusalsCreateNothingLogNothingAndKeepTheOpenFile)
 {
     corvo_test::TempDirectory dir("badmodes");
     corvo_test::Recorder recorder("file-stream-test");
     Vesk::Zim::Logger::getSingleton().setLogFilterLevel(Vesk::Zim::LogInfo);
-    Win32FileStream64 file;
+    Win32FileStream64 file; // the arguments are refused before the handle
+    EXPECT_TRUE(throwsWith<StreamException>([&] { file.close(); }, "Unable to close file"));
+    const std::string tooLarge = "FileStream64 read failure iSize exceeds SSIZE_MAX";
+    EXPECT_TRUE(throwsWith<Exception>([&] { file.read(0x40000001); }, tooLarge));
+    EXPECT_TRUE(throwsWith<Exception>([&] { file.read(nullptr, 0x40000001); }, tooLarge));
+    EXPECT_TRUE(throwsWith<Exception>([&] { file.read(nullptr, 1); }, "Output buffer is null"));
+    EXPECT_TRUE(throwsWith<Exception>([&] { file.write(nullptr, 0); }, "Input buffer is null"));
+    // The largest request passes the test and reaches the platform.
+    EXPECT_TRUE(throwsWith<Exception>([&] { file.read(0x40000000); }, "FileStream64 data read failure"));
     file.open(dir.file("kept"), "w");
     for (const char* mode : {"", "R", "W", "rb", "wb", "a+", "w+b", " r", "r "}) {
         EXPECT_TRUE(throwsWith<StreamException>([&] { file.open(dir.file("bad"), mode); },
@@ -99,19 +97,6 @@ TEST(FileStream64, BadModesCreateNothingLogNothingAndKeepTheOpenFile)
     for (const corvo_test::Record& record : recorder.records)
         EXPECT_NE(std::string::npos, record.head.find(" [[INFO]Vesk::Corvo::Win32FileStream64::open] "))
             << record.head;
-}
-
-TEST(FileStream64, NeverOpened)
-{
-    Win32FileStream64 file; // the arguments are refused before the handle
-    EXPECT_TRUE(throwsWith<StreamException>([&] { file.close(); }, "Unable to close file"));
-    const std::string tooLarge = "FileStream64 read failure iSize exceeds SSIZE_MAX";
-    EXPECT_TRUE(throwsWith<Exception>([&] { file.read(0x40000001); }, tooLarge));
-    EXPECT_TRUE(throwsWith<Exception>([&] { file.read(nullptr, 0x40000001); }, tooLarge));
-    EXPECT_TRUE(throwsWith<Exception>([&] { file.read(nullptr, 1); }, "Output buffer is null"));
-    EXPECT_TRUE(throwsWith<Exception>([&] { file.write(nullptr, 0); }, "Input buffer is null"));
-    // The largest request passes the test and reaches the platform.
-    EXPECT_TRUE(throwsWith<Exception>([&] { file.read(0x40000000); }, "FileStream64 data read failure"));
 }
 
 TEST(FileStream64, FilesBeyondFourGiB)

@@ -10,10 +10,11 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
+#include <future>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -46,25 +47,25 @@ def wait(test, seconds=10):
     while not test() and time.monotonic() < end: time.sleep(0.001)
     return test()
 def reply(text):
-    open(base + '.tmp', 'w').write(text)
+    open(base + '.tmp', 'w', encoding='latin-1').write(text)
     os.rename(base + '.tmp', base + '.rep')
 rates = {getattr(termios, 'B%d' % r): r for r in (4800, 9600, 19200, 115200, 921600)}
 reply('ready')
 while wait(lambda: os.path.exists(base + '.req'), 60):
-    word, _, arg = open(base + '.req').read().partition(' ')
+    word, _, arg = open(base + '.req', encoding='latin-1').read().partition(' ')
     os.remove(base + '.req')
     if word == 'settings':
         i, o, c, l, ispeed, ospeed, cc = termios.tcgetattr(slave)
         raw = not l & (termios.ICANON | termios.ECHO | termios.ISIG) and not o & termios.OPOST and not i & (termios.IXON | termios.IXOFF | termios.ICRNL) and not c & termios.CRTSCTS
         reply('%d %d %s' % (rates.get(ospeed, 0), 2 if c & termios.CSTOPB else 1, 'raw' if raw else 'cooked'))
     elif word == 'send': # returns once the bytes wait in the port's queue
-        data = bytes.fromhex(arg); os.write(master, data); wait(lambda: queued() >= len(data)); reply('ok')
+        os.write(master, arg.encode('latin-1')); wait(lambda: queued() >= len(arg)); reply('ok')
     elif word == 'later': # sends once the port's queue is empty
-        wait(lambda: queued() == 0); os.write(master, bytes.fromhex(arg)); reply('ok')
+        wait(lambda: queued() == 0); os.write(master, arg.encode('latin-1')); reply('ok')
     elif word == 'receive':
         data = b''
         while len(data) < int(arg): data += os.read(master, int(arg) - len(data))
-        reply(data.hex())
+        reply(data.decode('latin-1'))
     else:
         break
 os.remove(link)
@@ -72,14 +73,6 @@ reply('bye')
 )";
 
 std::string bytesOf(const Packet_T<char>& packet) { return std::string(packet.m_buffer, packet.m_size); }
-
-std::string hexOf(const std::string& bytes)
-{
-    std::string hex;
-    for (unsigned char byte : bytes)
-        hex += "0123456789abcdef"[byte >> 4] + std::string(1, "0123456789abcdef"[byte & 15]);
-    return hex;
-}
 
 #ifdef _WIN32
 std::string localPath(std::string unixPath)
@@ -107,11 +100,11 @@ bool start(const std::string& command) { return std::system((command + " &").c_s
 #endif
 
 // Each case starts the helper and tells it what to do one request at a
-// time; `why` stays empty when it runs.
+// time.
 class SerialStream : public ::testing::Test
 {
 protected:
-    SerialStream()
+    void SetUp() override
     {
         const std::string python = "/usr/bin/python3";
 #ifdef _WIN32
@@ -126,61 +119,44 @@ protected:
 #endif
         m_base = localPath(base);
         if (!prefix || !fs::exists(localPath(python)))
-            why = "needs " + python + " on Linux, and WINEPREFIX under Wine";
-        else {
-            std::ofstream(m_base + ".py") << helperScript;
-            if (!start(python + " " + base + ".py " + base + " " + link) || reply() != "ready")
-                why = "the helper did not start";
-            fs::remove(m_base + ".py");
-        }
+            GTEST_SKIP() << "no pseudo-terminal pair: needs " << python << " on Linux, and WINEPREFIX under Wine";
+        std::ofstream(m_base + ".py") << helperScript;
+        m_running = start(python + " " + base + ".py " + base + " " + link) && command("") == "ready";
+        fs::remove(m_base + ".py");
+        if (!m_running)
+            GTEST_SKIP() << "no pseudo-terminal pair: the helper did not start";
     }
-    ~SerialStream() override
+    void TearDown() override
     {
-        if (why.empty())
+        if (m_running)
             command("quit"); // waits until the link has gone
     }
-    void SetUp() override
-    {
-        if (!why.empty())
-            GTEST_SKIP() << "no pseudo-terminal pair: " << why;
-    }
 
+    // Sends the request, if there is one, and gives the reply, or nothing
+    // after 20 seconds.
     std::string command(const std::string& text)
     {
-        std::ofstream(m_base + ".new") << text;
-        fs::rename(m_base + ".new", m_base + ".req");
-        return reply();
-    }
-
-    std::string port; // what follows "COM"
-    std::string why;
-
-private:
-    // The reply, or nothing after 20 seconds.
-    std::string reply()
-    {
+        if (!text.empty()) {
+            std::ofstream(m_base + ".new") << text;
+            fs::rename(m_base + ".new", m_base + ".req");
+        }
         const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
         while (!fs::exists(m_base + ".rep") && std::chrono::steady_clock::now() < end)
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        std::stringstream text;
-        text << std::ifstream(m_base + ".rep").rdbuf();
+        std::stringstream reply;
+        reply << std::ifstream(m_base + ".rep").rdbuf();
         fs::remove(m_base + ".rep");
-        return text.str();
+        return reply.str();
     }
 
+    std::string port; // what follows "COM"
     std::string m_base;
+    bool m_running = false;
 };
 
-TEST_F(SerialStream, OpenLeavesARawLine)
+TEST_F(SerialStream, OpenLeavesARawLineReadWaitsForEveryByteAndWriteArrives)
 {
-    const struct
-    {
-        Bps bps;
-        DataBits dataBits;
-        Parity parity;
-        StopBits stopBits;
-        const char* settings;
-    } cases[] = {
+    const struct { Bps bps; DataBits dataBits; Parity parity; StopBits stopBits; const char* settings; } cases[] = {
         {Bps9600, DataBits8, ParityNone, StopBits1, "9600 1 raw"},
         {Bps19200, DataBits7, ParityOdd, StopBits2, "19200 2 raw"},
         {Bps115200, DataBits6, ParityEven, StopBits(3), "115200 2 raw"},
@@ -193,32 +169,24 @@ TEST_F(SerialStream, OpenLeavesARawLine)
         EXPECT_EQ(c.settings, command("settings"));
         serial.close();
     }
-}
 
-TEST_F(SerialStream, ReadWaitsForEveryByteAndWriteArrives)
-{
     corvo_test::Recorder recorder("serial-stream-test");
     Win32SerialStream serial;
     serial.open(port, Bps9600, DataBits8, ParityNone, StopBits1);
-    command("send " + hexOf(std::string("a\0", 2)));
-    std::string got;
-    std::thread reader([&] { got = bytesOf(serial.read(5)); });
-    command("later " + hexOf("cde"));
-    reader.join();
-    EXPECT_EQ(std::string("a\0cde", 5), got);
+    command("send " + std::string("a\0", 2));
+    auto reader = std::async(std::launch::async, [&] { return bytesOf(serial.read(5)); });
+    command("later cde");
+    EXPECT_EQ(std::string("a\0cde", 5), reader.get());
 
     EXPECT_TRUE(serial.write(Packet_T<char>(3, "xyz")));
-    EXPECT_EQ(hexOf("xyz"), command("receive 3"));
+    EXPECT_EQ("xyz", command("receive 3"));
     serial.setProperty();
     serial.close();
     serial.close();
     const std::vector<std::string> expected = {
         "Win32SerialStream::open( COM" + port + ", 9600Bps, DataBits:8, Parity: 0, Stop bits:1 )",
-        "Win32SerialStream::read()",
-        "Win32SerialStream::write(3 bytes  )",
-        "Win32SerialStream::setProperty()",
-        "Win32SerialStream::close()",
-        "Win32SerialStream::close()"};
+        "Win32SerialStream::read()", "Win32SerialStream::write(3 bytes  )", "Win32SerialStream::setProperty()",
+        "Win32SerialStream::close()", "Win32SerialStream::close()"};
     EXPECT_EQ(expected, recorder.texts());
     EXPECT_NE(std::string::npos, recorder.records[0].head.find(" [[DEBUG]Vesk::Corvo::Win32SerialStream::open] "));
 }
@@ -226,21 +194,20 @@ TEST_F(SerialStream, ReadWaitsForEveryByteAndWriteArrives)
 TEST(SerialStreamFailures, ClosedAndMissingPorts)
 {
     Win32SerialStream serial;
-    EXPECT_TRUE(throwsWith<SerialStreamException>([&] { serial.read(1); },
-                                                  "Win32SerialStream::read(): Failed to read !"));
-    EXPECT_TRUE(throwsWith<SerialStreamException>([&] { serial.write(Packet_T<char>(1, "x")); },
-                                                  "Win32SerialStream::write(): Failed to write !"));
-    EXPECT_TRUE(throwsWith<SerialStreamException>(
-        [&] { serial.open("250", Bps9600, DataBits8, ParityNone, StopBits1); },
-        "Win32SerialStream::open(): Failed to open the port!"));
-    serial.close();
+    const auto open = [&](const char* port) { serial.open(port, Bps9600, DataBits8, ParityNone, StopBits1); };
+    const std::pair<std::function<void()>, const char*> rows[] = {
+        {[&] { serial.read(1); }, "Win32SerialStream::read(): Failed to read !"},
+        {[&] { serial.write(Packet_T<char>(1, "x")); }, "Win32SerialStream::write(): Failed to write !"},
+        {[&] { open("250"); }, "Win32SerialStream::open(): Failed to open the port!"},
 #ifndef _WIN32
-    // A device that is no tty opens, then refuses the settings.
-    EXPECT_TRUE(throwsWith<SerialStreamException>(
-        [&] { serial.open("/dev/null", Bps9600, DataBits8, ParityNone, StopBits1); },
-        "Win32SerialStream::open(): Failed to get current port settings!"));
-    serial.close();
+        // A device that is no tty opens, then refuses the settings.
+        {[&] { open("/dev/null"); }, "Win32SerialStream::open(): Failed to get current port settings!"},
 #endif
+    };
+    for (const auto& row : rows) {
+        EXPECT_TRUE(throwsWith<SerialStreamException>(row.first, row.second));
+        serial.close();
+    }
 }
 
 #ifndef _WIN32
@@ -248,30 +215,26 @@ TEST(SerialStreamFailures, ClosedAndMissingPorts)
 // What a pseudo-terminal doesn't keep: the size and the parity.
 TEST(SerialLine, ControlBlockGivesTermios)
 {
-    struct Case
-    {
-        BYTE size, parity, stopBits;
-        bool accepted;
-        tcflag_t flags;
+    // The flags of a refused block are 0; those of every accepted one are not.
+    const struct { BYTE size, parity, stopBits; tcflag_t flags; } cases[] = {
+        {8, NOPARITY, ONESTOPBIT, CS8},
+        {7, ODDPARITY, TWOSTOPBITS, CS7 | PARENB | PARODD | CSTOPB},
+        {6, EVENPARITY, ONESTOPBIT, CS6 | PARENB},
+        {8, MARKPARITY, ONESTOPBIT, CS8 | PARENB | PARODD | CMSPAR},
+        {5, SPACEPARITY, ONE5STOPBITS, CS5 | PARENB | CMSPAR | CSTOPB},
+        {9, NOPARITY, ONESTOPBIT, 0},
+        {8, 5, ONESTOPBIT, 0},
+        {8, NOPARITY, ONE5STOPBITS, 0},
     };
-    const Case cases[] = {
-        {8, NOPARITY, ONESTOPBIT, true, CS8},
-        {7, ODDPARITY, TWOSTOPBITS, true, CS7 | PARENB | PARODD | CSTOPB},
-        {6, EVENPARITY, ONESTOPBIT, true, CS6 | PARENB},
-        {8, MARKPARITY, ONESTOPBIT, true, CS8 | PARENB | PARODD | CMSPAR},
-        {5, SPACEPARITY, ONE5STOPBITS, true, CS5 | PARENB | CMSPAR | CSTOPB},
-        {9, NOPARITY, ONESTOPBIT, false, 0},
-        {8, 5, ONESTOPBIT, false, 0},
-        {8, NOPARITY, ONE5STOPBITS, false, 0},
-    };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
+        const bool accepted = c.flags != 0;
         DCB dcb = {};
         dcb.BaudRate = 9600, dcb.ByteSize = c.size, dcb.Parity = c.parity, dcb.StopBits = c.stopBits;
         dcb.fParity = c.parity != NOPARITY;
         termios settings = {};
-        ASSERT_EQ(c.accepted, Posix::termiosFor(dcb, settings)) << int(c.size) << int(c.parity);
+        ASSERT_EQ(accepted, Posix::termiosFor(dcb, settings)) << int(c.size) << int(c.parity);
         EXPECT_EQ(c.flags, settings.c_cflag & (CSIZE | PARENB | PARODD | CMSPAR | CSTOPB));
-        EXPECT_EQ(c.accepted && c.parity != NOPARITY, (settings.c_iflag & INPCK) != 0);
+        EXPECT_EQ(accepted && c.parity != NOPARITY, (settings.c_iflag & INPCK) != 0);
     }
 }
 

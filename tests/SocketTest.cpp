@@ -47,25 +47,20 @@ unsigned short bindFreePort(Win32Socket& socket, Protocol protocol)
 // A listening server whose one connection is served by `serve` in a thread.
 // Its sockets are made and destroyed on the test's thread: the count of
 // sockets is plain data that one thread keeps.
-class Peer
+struct Peer
 {
-public:
-    explicit Peer(std::function<void(Win32Socket&)> serve) : port(bindFreePort(m_listener, TCP))
+    explicit Peer(std::function<void(Win32Socket&)> serve) : port(bindFreePort(listener, TCP))
     {
-        m_listener.listen();
-        m_thread = std::thread([this, serve] { m_listener.accept(m_connection), serve(m_connection); });
+        listener.listen();
+        thread = std::thread([this, serve] { listener.accept(connection), serve(connection); });
     }
-    ~Peer() { join(), m_listener.close(); }
-    void join() { m_thread.joinable() ? m_thread.join() : void(); }
+    ~Peer() { join(), listener.close(); }
+    void join() { thread.joinable() ? thread.join() : void(); }
     void connect(Win32Socket& client) { client.open(SocketAddress(loopback, port), TCP), client.connect(); }
 
-private:
-    Win32Socket m_listener;
-    Win32Socket m_connection;
-    std::thread m_thread;
-
-public:
+    Win32Socket listener, connection;
     const unsigned short port;
+    std::thread thread;
 };
 
 // The process's open descriptors, on Linux; 0 elsewhere.
@@ -87,9 +82,7 @@ template <typename E, typename F>
     try {
         f();
     } catch (const E& e) {
-        if (reasonOf(e).rfind(start, 0) == 0)
-            return ::testing::AssertionSuccess();
-        return ::testing::AssertionFailure() << reasonOf(e);
+        return reasonOf(e).rfind(start, 0) == 0 ? ::testing::AssertionSuccess() : ::testing::AssertionFailure() << reasonOf(e);
     }
     return ::testing::AssertionFailure() << "no throw";
 }
@@ -136,12 +129,11 @@ TEST(Socket, AGonePeerFailsTheTransfersAndRaisesNoSignal)
 
 TEST(Socket, UdpReadAnswersTheSenderAndLogs)
 {
-    corvo_test::Recorder recorder("socket-udp");
     Win32Socket server;
     const unsigned short port = bindFreePort(server, UDP);
     Win32Socket client;
     client.open(SocketAddress(loopback, port), UDP);
-    recorder.records.clear();
+    corvo_test::Recorder recorder("socket-udp");
     client.write(packetOf("ping"));
     EXPECT_EQ(bytesOf(server.read(256)), "ping");
     server.write(packetOf("pong")); // to the sender, not to the address of open
@@ -194,7 +186,7 @@ TEST(Socket, RefusalsKeepNoDescriptor)
     EXPECT_EQ(openDescriptors(), before);
 }
 
-TEST(Socket, OneStartUpForAllSocketsEndedByTheLast)
+TEST(Socket, OneStartUpForAllSocketsEndedByTheLastAndNetworkOrder)
 {
     // No socket lives between tests: WinSock is down.
     EXPECT_EQ(socket(AF_INET, SOCK_STREAM, IPPROTO_TCP), INVALID_SOCKET);
@@ -205,6 +197,11 @@ TEST(Socket, OneStartUpForAllSocketsEndedByTheLast)
     const SOCKET raw = socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
     EXPECT_NE(raw, INVALID_SOCKET);
     EXPECT_EQ(closesocket(raw), 0);
+    const unsigned long address = inet_addr("1.2.3.4");
+    EXPECT_EQ(reinterpret_cast<const unsigned char*>(&address)[0], 1);
+    EXPECT_EQ(inet_addr("not an address"), INADDR_NONE);
+    const u_short port = htons(0x1234);
+    EXPECT_EQ(reinterpret_cast<const unsigned char*>(&port)[0], 0x12);
     second.reset();
     EXPECT_EQ(socket(AF_INET, SOCK_STREAM, IPPROTO_TCP), INVALID_SOCKET);
 }
@@ -213,9 +210,8 @@ TEST(SocketErrorDictionary, NamesTheCodesOfTheTable)
 {
     const Win32SocketErrorDictionary dictionary;
     const std::pair<long, const char*> rows[] = {
-        {0, "Unknown Error Code: [0]"},        {-1, "Unknown Error Code: [-1]"},
-        {6, "WSA_INVALID_HANDLE [6]"},         {997, "WSA_IO_PENDING [997]"},
-        {10035, "WSAEWOULDBLOCK [10035]"},     {10036, "WSAEINPROGRESS [10036]"},
+        {-1, "Unknown Error Code: [-1]"},     {6, "WSA_INVALID_HANDLE [6]"},
+        {997, "WSA_IO_PENDING [997]"},         {10035, "WSAEWOULDBLOCK [10035]"},
         {10071, "WSAEREMOTE [10071]"},         {10072, "Unknown Error Code: [10072]"},
         {10093, "WSANOTINITIALISED [10093]"},  {10112, "WSAEREFUSED [10112]"},
         {11024, "WSA_QOS_EUNKOWNPSOBJ [11024]"}, {11031, "WSA_QOS_RESERVED_PETYPE [11031]"},
@@ -226,13 +222,4 @@ TEST(SocketErrorDictionary, NamesTheCodesOfTheTable)
     for (long code = -1; code < 12000; ++code)
         known += dictionary.getErrorMessage(code).rfind("Unknown", 0) != 0;
     EXPECT_EQ(known, 95);
-}
-
-TEST(WinSock, AddressesAndPortsGoInNetworkOrder)
-{
-    const unsigned long address = inet_addr("1.2.3.4");
-    EXPECT_EQ(reinterpret_cast<const unsigned char*>(&address)[0], 1);
-    EXPECT_EQ(inet_addr("not an address"), INADDR_NONE);
-    const u_short port = htons(0x1234);
-    EXPECT_EQ(reinterpret_cast<const unsigned char*>(&port)[0], 0x12);
 }
