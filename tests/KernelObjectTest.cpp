@@ -145,7 +145,11 @@ TEST(KernelObjects, ReadersShareAWaitingWriterStopsLaterOnesAndDestructionWaitsF
     // A reader that can't get in within a while shows the writer waiting;
     // one that can came before the writer arrived, and tries again.
     std::future<int> reader;
-    for (;;) {
+    for (int attempt = 0;; ++attempt) {
+        if (attempt == 100) {
+            lock->readUnlock(); // lets the writer finish
+            FAIL() << "no later reader ever waited for the writer";
+        }
         reader = std::async(std::launch::async, [&] {
             lock->readLock();
             const int seen = order.fetch_add(1);
@@ -190,7 +194,7 @@ TEST(KernelObjects, EventResetModesAndWaiters)
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(25));
     std::vector<std::future<bool>> waiters;
     for (int i = 0; i < 3; ++i)
-        waiters.push_back(std::async(std::launch::async, [&] { return event.wait(0xFFFFFFFFul); }));
+        waiters.push_back(std::async(std::launch::async, [&] { return event.wait(10000); }));
     event.signal();
     for (auto& waiter : waiters)
         EXPECT_TRUE(waiter.get());
