@@ -17,15 +17,13 @@ namespace {
 
 typedef std::vector<std::string> Names;
 
-std::string thread() { return std::to_string(static_cast<unsigned long long>(GetCurrentThreadId())); }
-
 // The lines of a file as the test expects them, each "<number> - <text>",
 // with the thread's column put in front.
 Names withThread(const Names& lines)
 {
     Names result;
     for (const std::string& line : lines)
-        result.push_back(thread() + " - " + line);
+        result.push_back(std::to_string(static_cast<unsigned long long>(GetCurrentThreadId())) + " - " + line);
     return result;
 }
 

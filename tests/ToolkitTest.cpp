@@ -79,7 +79,6 @@ const std::string end = " ____________________________________________________ C
 // A body that throws ends the run: the suites after it don't run.
 TEST(UnitTestSuite, RunsInConstructionOrderAndRepeatsAllResults)
 {
-    ASSERT_EQ(end.size(), 80u);
     ResultList::getSingleton().clear();
     Recorder recorder("suites");
     Suite a("A", {"a1"}), b("B", {"b1", "b2"}), broken("Broken", {"throw"}), c("C", {"c1"});
