@@ -69,6 +69,7 @@ std::string show(const Model& m)
 
 // Bytes for the const char* and std::string forms: code points with the odd
 // 0xFF among them, which repair turns into U+FFFD and a strict walk stops at.
+// Repaired, they are the code points of a source text.
 struct Bytes
 {
     std::string bytes;
@@ -199,14 +200,6 @@ private:
     unsigned int position(std::size_t size) { return pick(10) == 0 ? npos : pick(static_cast<unsigned int>(size) + 3); }
     unsigned int count() { return pick(8) == 0 ? npos : pick(5); }
 
-    Model codePoints()
-    {
-        Model m;
-        for (unsigned int n = pick(6); n > 0; --n)
-            m += alphabet[pick(alphabetSize)];
-        return m;
-    }
-
     Bytes bytes(bool withNul)
     {
         Bytes b;
@@ -282,7 +275,7 @@ bool Script::edit()
 {
     // The source text is now and then the target itself, as it was.
     const bool self = m_model.size() < 64 && pick(4) == 0; // no doubling without end
-    const Model sourceModel = self ? m_model : codePoints();
+    const Model sourceModel = self ? m_model : bytes(true).repaired;
     Utf8String other(encode(sourceModel));
     Utf8String& source = self ? m_text : other;
     const std::size_t size = m_model.size();
@@ -296,19 +289,19 @@ bool Script::edit()
     const unsigned int i1 = pick(static_cast<unsigned int>(size) + 1);
     const unsigned int i2 = i1 + pick(static_cast<unsigned int>(size - i1) + 1);
     const Model range = m_model.substr(i1, i2 - i1);
-    const unsigned int form = pick(3), step = pick(46);
+    const unsigned int form = pick(3), step = pick(47);
     m_log << show(m_model) << ": source " << (self ? "self" : show(sourceModel)) << ", pos " << pos << ", n " << n
           << ", pos2 " << pos2 << ", n2 " << n2 << ", cp " << cp << ", s " << show(b.repaired) << ", w "
           << show(w.repaired) << ", iterators at " << i1 << ", " << i2 << ", form " << form << ", step " << step << '\n';
 
-    if (step < 16) { // append, assign, insert(pos, ...), replace(pos, n, ...) of the four sources that all take
+    if (step < 20) { // append, assign, insert(pos, ...), replace(pos, n, ...), construct: four sources that all take
         const unsigned int op = step / 4;
         const auto to = [&](auto&&... a) -> Utf8String& {
-            return op == 0 ? m_text.append(a...) : op == 1 ? m_text.assign(a...)
-                 : op == 2 ? m_text.insert(pos, a...) : m_text.replace(pos, n, a...);
+            return op == 0 ? m_text.append(a...) : op == 1 ? m_text.assign(a...) : op == 2 ? m_text.insert(pos, a...)
+                 : op == 3 ? m_text.replace(pos, n, a...) : (m_text = Utf8String(a...));
         };
-        const unsigned int at = op == 0 ? static_cast<unsigned int>(size) : op == 1 ? 0 : pos;
-        const unsigned int cut = op == 1 ? npos : op == 3 ? n : 0;
+        const unsigned int at = op == 0 ? static_cast<unsigned int>(size) : op == 2 || op == 3 ? pos : 0;
+        const unsigned int cut = op == 1 || op == 4 ? npos : op == 3 ? n : 0;
         switch (step % 4) {
         case 0: return EDIT(to(source), splice(m, at, cut, [&] { return sourceModel; }));
         case 1: return EDIT(to(source, pos2, n2), splice(m, at, cut, [&] { return part(sourceModel, pos2, n2); }));
@@ -318,44 +311,41 @@ bool Script::edit()
         }
     }
     switch (step) {
-    case 16: return EDIT(m_text.append(w.bytes), m += w.repaired);
-    case 17: return EDIT(form == 0 ? m_text.append(s) : (m_text += s), m += b.repaired);
-    case 18: return EDIT(form == 0 ? m_text.push_back(cp) : void(m_text += cp), m += repeated(1, c));
-    case 19: return EDIT(m_text.append(iteratorAt(i1), iteratorAt(i2)), m += range);
-    case 20: return EDIT(m_text = source, m = sourceModel);
-    case 21: // the repairing forms
+    case 20: return EDIT(m_text.append(w.bytes), m += w.repaired);
+    case 21: return EDIT(form == 0 ? m_text.append(s) : (m_text += s), m += b.repaired);
+    case 22: return EDIT(form == 0 ? m_text.push_back(cp) : void(m_text += cp), m += repeated(1, c));
+    case 23: return EDIT(m_text.append(iteratorAt(i1), iteratorAt(i2)), m += range);
+    case 24: return EDIT(m_text = source, m = sourceModel);
+    case 25: // the repairing forms
         return EDIT(form == 0 ? m_text.assign(s) : form == 1 ? (m_text = s) : (m_text = Utf8String(s)), m = b.repaired);
-    case 22:
+    case 26:
         return EDIT(form == 0 ? m_text.assign(w.bytes) : form == 1 ? (m_text = w.bytes) : (m_text = Utf8String(w.bytes)),
                     m = w.repaired);
-    case 23: return EDIT(m_text.assign(iteratorAt(i1), iteratorAt(i2)), m = range);
-    case 24: // unexamined bytes: only valid ones, so that the text stays readable
+    case 27: return EDIT(m_text.assign(iteratorAt(i1), iteratorAt(i2)), m = range);
+    case 28: // unexamined bytes: only valid ones, so that the text stays readable
         return EDIT(m_text.insert(pos, encode(b.beforeBad).c_str()), splice(m, pos, 0, [&] { return b.beforeBad; }));
-    case 25: return READ(positionOf(m_text.insert(iteratorAt(i1), cp)), isValid(c) ? (m.insert(i1, 1, c), i1) : invalid());
-    case 26: return EDIT(m_text.insert(iteratorAt(i1), n, cp), m.insert(i1, repeated(n, c)));
-    case 27: return EDIT(m_text.insert(m_text.begin(), iteratorAt(i1), iteratorAt(i2)), m.insert(0, range));
-    case 28: return EDIT(m_text.erase(pos, n), splice(m, pos, n, [] { return Model(); }));
-    case 29:
+    case 29: return READ(positionOf(m_text.insert(iteratorAt(i1), cp)), isValid(c) ? (m.insert(i1, 1, c), i1) : invalid());
+    case 30: return EDIT(m_text.insert(iteratorAt(i1), n, cp), m.insert(i1, repeated(n, c)));
+    case 31: return EDIT(m_text.insert(m_text.begin(), iteratorAt(i1), iteratorAt(i2)), m.insert(0, range));
+    case 32: return EDIT(m_text.erase(pos, n), splice(m, pos, n, [] { return Model(); }));
+    case 33:
         return READ(positionOf(m_text.erase(iteratorAt(i1))),
                     i1 < m.size() ? (m.erase(i1, 1), i1) : (refuse("utf8::not_enough_room: Not enough space"), 0));
-    case 30: return READ(positionOf(m_text.erase(iteratorAt(i1), iteratorAt(i2))), (m.erase(i1, i2 - i1), i1));
-    case 31: return EDIT(m_text.replace(pos, n, s), splice(m, pos, n, [&] { return b.repaired; }));
-    case 32: return EDIT(m_text.replace(iteratorAt(i1), iteratorAt(i2), source), m.replace(i1, i2 - i1, sourceModel));
-    case 33: return EDIT(m_text.replace(iteratorAt(i1), iteratorAt(i2), s, n), m.replace(i1, i2 - i1, counted(b, n)));
-    case 34:
+    case 34: return READ(positionOf(m_text.erase(iteratorAt(i1), iteratorAt(i2))), (m.erase(i1, i2 - i1), i1));
+    case 35: return EDIT(m_text.replace(pos, n, s), splice(m, pos, n, [&] { return b.repaired; }));
+    case 36: return EDIT(m_text.replace(iteratorAt(i1), iteratorAt(i2), source), m.replace(i1, i2 - i1, sourceModel));
+    case 37: return EDIT(m_text.replace(iteratorAt(i1), iteratorAt(i2), s, n), m.replace(i1, i2 - i1, counted(b, n)));
+    case 38:
         return EDIT(m_text.replace(iteratorAt(i1), iteratorAt(i2), n2, cp), m.replace(i1, i2 - i1, repeated(n2, c)));
-    case 35: // all five forms of operator+
+    case 39: // all five forms of operator+
         return EDIT(m_text = s + (cp + source) + source + cp + s,
                     m = b.repaired + repeated(1, c) + sourceModel + sourceModel + repeated(1, c) + b.repaired);
-    case 36: return EDIT(m_text = Utf8String(source, pos2, n2), m = part(sourceModel, pos2, n2));
-    case 37: return EDIT(m_text = Utf8String(s, n), m = counted(b, n));
-    case 38: return EDIT(m_text = Utf8String(n, cp), m = repeated(n, c));
-    case 39: return EDIT(m_text = Utf8String(iteratorAt(i1), iteratorAt(i2)), m = range);
-    case 40: return EDIT(m_text = cp, m = repeated(1, c));
-    case 41: return EDIT(m_text.resize(pos, cp), resized(m, pos, c));
-    case 42: return EDIT(m_text.clear(), m.clear());
-    case 43: return EDIT(m_text.swap(source), m = sourceModel);
-    case 44: // the copied bytes, with nothing written behind them, become the text
+    case 40: return EDIT(m_text = Utf8String(iteratorAt(i1), iteratorAt(i2)), m = range);
+    case 41: return EDIT(m_text = cp, m = repeated(1, c));
+    case 42: return EDIT(m_text.resize(pos, cp), resized(m, pos, c));
+    case 43: return EDIT(m_text.clear(), m.clear());
+    case 44: return EDIT(m_text.swap(source), m = sourceModel);
+    case 45: // the copied bytes, with nothing written behind them, become the text
         return READ(copyOut(n, pos), static_cast<long long>(encode(m = part(m, pos, n)).size()));
     default: { // the mark of byte order, only ever in front
         const bool marked = !m_model.empty() && m_model[0] == 0xFEFF;
@@ -368,7 +358,7 @@ bool Script::edit()
 bool Script::read()
 {
     const Model needleModel =
-        pick(3) == 0 ? m_model.substr(pick(static_cast<unsigned int>(m_model.size()) + 1), pick(3)) : codePoints();
+        pick(3) == 0 ? m_model.substr(pick(static_cast<unsigned int>(m_model.size()) + 1), pick(3)) : bytes(true).repaired;
     const Utf8String needle(encode(needleModel));
     const Bytes b = bytes(false);
     const char* const s = b.bytes.c_str();
