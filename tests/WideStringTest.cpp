@@ -41,13 +41,11 @@ TEST(WideString, InPlaceEdits)
 {
     std::wstring id(L"id"), text(L" \t\r\na b\t"), left(L" x "), right(L" x "), doubled(L"aXa");
     EXPECT_TRUE(&(id + -5) == &id && &trim(text) == &text && &replaceIn(doubled, L"a", L"aa") == &doubled);
-    EXPECT_EQ(id, L"id-5");
-    EXPECT_EQ(text, L"a b");
+    // What replaceIn puts in is not searched again; trim of a constant works on a copy.
+    EXPECT_TRUE(id == L"id-5" && text == L"a b" && doubled == L"aaXaa");
     EXPECT_EQ(trimLeft(left) + trimRight(right), L"x  x");
-    EXPECT_EQ(doubled, L"aaXaa"); // what went in is not searched again
     const std::wstring original(L" x ");
-    EXPECT_EQ(trim(original), L"x");
-    EXPECT_EQ(original, L" x ");
+    EXPECT_TRUE(trim(original) == L"x" && original == L" x ");
     for (const wchar_t* blank : {L"", L" \t\r\n\v\f"})
         EXPECT_EQ(trim(std::wstring(blank)), L"");
     text = L"abab";
