@@ -182,7 +182,7 @@ class Script
 public:
     explicit Script(Choices& choices) : m_choices(choices) {}
 
-    bool step() { return m_choices.below(3) == 0 ? read() : edit(); }
+    bool step();
 
     std::string history() const { return m_log.str(); }
 
@@ -257,8 +257,6 @@ private:
         return true;
     }
 
-    bool edit();
-    bool read();
 
     Choices& m_choices;
     Utf8String m_text;
@@ -271,14 +269,18 @@ private:
 #define EDIT(real, ...) check(#real, [&] { return real, 0ll; }, [&](Model& m) { return __VA_ARGS__, 0ll; })
 #define READ(real, ...) check(#real, [&] { return real; }, [&](Model& m) { return __VA_ARGS__; })
 
-bool Script::edit()
+bool Script::step()
 {
-    // The source text is now and then the target itself, as it was.
-    const bool self = m_model.size() < 64 && pick(4) == 0; // no doubling without end
-    const Model sourceModel = self ? m_model : bytes(true).repaired;
+    const bool reading = pick(3) == 0;
+    const std::size_t size = m_model.size();
+    // The source or needle is now and then the target itself, as it was (no
+    // doubling without end), or a piece of it.
+    const bool self = size < 64 && pick(4) == 0;
+    const Model sourceModel = self ? m_model
+                            : pick(4) == 0 ? m_model.substr(pick(static_cast<unsigned int>(size) + 1), pick(3))
+                                           : bytes(true).repaired;
     Utf8String other(encode(sourceModel));
     Utf8String& source = self ? m_text : other;
-    const std::size_t size = m_model.size();
     const unsigned int pos = position(size), n = count();
     const unsigned int pos2 = position(sourceModel.size()), n2 = count();
     const char32_t c = codePoint();
@@ -289,10 +291,53 @@ bool Script::edit()
     const unsigned int i1 = pick(static_cast<unsigned int>(size) + 1);
     const unsigned int i2 = i1 + pick(static_cast<unsigned int>(size - i1) + 1);
     const Model range = m_model.substr(i1, i2 - i1);
-    const unsigned int form = pick(3), step = pick(47);
+    const unsigned int form = pick(3), step = reading ? pick(22) : pick(47);
+    // Unrepaired bytes as a needle: with a bad byte among them they never
+    // match in valid text, as U+00FF, which no text here holds, never does.
+    const Model raw = b.clean ? b.repaired : Model(1, 0xFF);
+    // A counted needle that the walk does not find finds nothing.
+    const bool walked = n != npos && n <= b.beforeBad.size();
+    const Model countedNeedle = b.beforeBad.substr(0, walked ? n : 0);
     m_log << show(m_model) << ": source " << (self ? "self" : show(sourceModel)) << ", pos " << pos << ", n " << n
           << ", pos2 " << pos2 << ", n2 " << n2 << ", cp " << cp << ", s " << show(b.repaired) << ", w "
-          << show(w.repaired) << ", iterators at " << i1 << ", " << i2 << ", form " << form << ", step " << step << '\n';
+          << show(w.repaired) << ", iterators at " << i1 << ", " << i2 << ", form " << form << ", "
+          << (reading ? "read " : "edit ") << step << '\n';
+
+    if (reading)
+        switch (step) {
+        case 0: return READ(m_text.compare(pos, n, source, pos2, n2), modelCompare(m, pos, n, sourceModel, pos2, n2));
+        case 1: return READ(m_text.compare(pos, n, s, n2), modelCompare(m, pos, n, b.repaired, 0, n2));
+        case 2: // all three forms of the six relations
+            return READ(relations(m_text, source) | relations(m_text, s) << 6 | relations(s, m_text) << 12,
+                        relations(m, sourceModel) | relations(m, b.repaired) << 6 | relations(b.repaired, m) << 12);
+        case 3: return EDIT(m_text = m_text.substr(pos, n), m = part(m, pos, n));
+        case 4: return READ(m_text.find(source, pos), modelFind(m, sourceModel, pos));
+        case 5: return READ(m_text.rfind(source, pos), modelFind(m, sourceModel, pos, true));
+        case 6: return READ(m_text.find(s, pos, n), walked ? modelFind(m, countedNeedle, pos) : npos);
+        case 7: return READ(m_text.rfind(s, pos, n), walked ? modelFind(m, countedNeedle, pos, true) : npos);
+        case 8: return READ(m_text.find(s, pos), modelFind(m, raw, pos));
+        case 9: return READ(m_text.rfind(s, pos), modelFind(m, raw, pos, true));
+        case 10: // the code-point forms of find_first_of and find_last_of are find and rfind
+            return READ(form == 0 ? m_text.find(cp, pos) : m_text.find_first_of(cp, pos),
+                        isValid(c) ? modelFind(m, Model(1, c), pos) : invalid());
+        case 11:
+            return READ(form == 0 ? m_text.rfind(cp, pos) : m_text.find_last_of(cp, pos),
+                        isValid(c) ? modelFind(m, Model(1, c), pos, true) : invalid());
+        case 12: return READ(m_text.find_first_of(source, pos), scan(m, pos, in(sourceModel)));
+        case 13: return READ(m_text.find_last_of(source, pos), scan(m, pos, in(sourceModel), true));
+        case 14: return READ(m_text.find_first_not_of(source, pos), scan(m, pos, in(sourceModel, false)));
+        case 15: return READ(m_text.find_last_not_of(source, pos), scan(m, pos, in(sourceModel, false), true));
+        case 16: return READ(m_text.find_first_of(s, pos, n), scan(m, pos, in(counted(b, n))));
+        case 17: return READ(m_text.find_last_not_of(s, pos, n), scan(m, pos, in(counted(b, n), false), true));
+        case 18: return READ(m_text.find_last_of(s, pos), scan(m, pos, in(b.repaired), true));
+        case 19: return READ(m_text.find_first_not_of(s, pos), scan(m, pos, in(b.repaired, false)));
+        case 20: // the other code point
+            return READ(form == 0 ? m_text.find_first_not_of(cp, pos) : m_text.find_last_not_of(cp, pos),
+                        scan(m, pos, in(Model(1, c), false), form != 0));
+        default: // at() and [] are one operation
+            return READ(form == 0 ? m_text[pos] : m_text.at(pos),
+                        pos < m.size() ? static_cast<long long>(m[pos]) : (refuse(badPosition), 0));
+        }
 
     if (step < 20) { // append, assign, insert(pos, ...), replace(pos, n, ...), construct: four sources that all take
         const unsigned int op = step / 4;
@@ -352,63 +397,6 @@ bool Script::edit()
         return form == 0 ? READ(m_text.addBOM(), !marked && (m.insert(0, 1, 0xFEFF), true))
                          : READ(m_text.purgeBOM(), marked && (m.erase(0, 1), true));
     }
-    }
-}
-
-bool Script::read()
-{
-    const Model needleModel =
-        pick(3) == 0 ? m_model.substr(pick(static_cast<unsigned int>(m_model.size()) + 1), pick(3)) : bytes(true).repaired;
-    const Utf8String needle(encode(needleModel));
-    const Bytes b = bytes(false);
-    const char* const s = b.bytes.c_str();
-    const unsigned int pos = position(m_model.size()), n = count();
-    const unsigned int pos2 = position(needleModel.size()), n2 = count();
-    const char32_t c = codePoint();
-    const unsigned long cp = c;
-    const bool first = pick(2) == 0; // of two forms that do the same
-    // Unrepaired bytes as a needle: with a bad byte among them they never
-    // match in valid text, as U+00FF, which no text here holds, never does.
-    const Model raw = b.clean ? b.repaired : Model(1, 0xFF);
-    // A counted needle that the walk does not find finds nothing.
-    const bool walked = n != npos && n <= b.beforeBad.size();
-    const Model countedNeedle = b.beforeBad.substr(0, walked ? n : 0);
-    m_log << show(m_model) << ": needle " << show(needleModel) << ", s " << show(b.repaired) << ", pos " << pos
-          << ", n " << n << ", pos2 " << pos2 << ", n2 " << n2 << ", cp " << cp << ", first " << first << '\n';
-
-    switch (pick(21)) {
-    case 0: return READ(m_text.compare(pos, n, needle, pos2, n2), modelCompare(m, pos, n, needleModel, pos2, n2));
-    case 1: return READ(m_text.compare(pos, n, s, n2), modelCompare(m, pos, n, b.repaired, 0, n2));
-    case 2: // all three forms of the six relations
-        return READ(relations(m_text, needle) | relations(m_text, s) << 6 | relations(s, m_text) << 12,
-                    relations(m, needleModel) | relations(m, b.repaired) << 6 | relations(b.repaired, m) << 12);
-    case 3: return EDIT(m_text = m_text.substr(pos, n), m = part(m, pos, n));
-    case 4: return READ(m_text.find(needle, pos), modelFind(m, needleModel, pos));
-    case 5: return READ(m_text.rfind(needle, pos), modelFind(m, needleModel, pos, true));
-    case 6: return READ(m_text.find(s, pos, n), walked ? modelFind(m, countedNeedle, pos) : npos);
-    case 7: return READ(m_text.rfind(s, pos, n), walked ? modelFind(m, countedNeedle, pos, true) : npos);
-    case 8: return READ(m_text.find(s, pos), modelFind(m, raw, pos));
-    case 9: return READ(m_text.rfind(s, pos), modelFind(m, raw, pos, true));
-    case 10: // the code-point forms of find_first_of and find_last_of are find and rfind
-        return READ(first ? m_text.find(cp, pos) : m_text.find_first_of(cp, pos),
-                    isValid(c) ? modelFind(m, Model(1, c), pos) : invalid());
-    case 11:
-        return READ(first ? m_text.rfind(cp, pos) : m_text.find_last_of(cp, pos),
-                    isValid(c) ? modelFind(m, Model(1, c), pos, true) : invalid());
-    case 12: return READ(m_text.find_first_of(needle, pos), scan(m, pos, in(needleModel)));
-    case 13: return READ(m_text.find_last_of(needle, pos), scan(m, pos, in(needleModel), true));
-    case 14: return READ(m_text.find_first_not_of(needle, pos), scan(m, pos, in(needleModel, false)));
-    case 15: return READ(m_text.find_last_not_of(needle, pos), scan(m, pos, in(needleModel, false), true));
-    case 16: return READ(m_text.find_first_of(s, pos, n), scan(m, pos, in(counted(b, n))));
-    case 17: return READ(m_text.find_last_not_of(s, pos, n), scan(m, pos, in(counted(b, n), false), true));
-    case 18: return READ(m_text.find_last_of(s, pos), scan(m, pos, in(b.repaired), true));
-    case 19: return READ(m_text.find_first_not_of(s, pos), scan(m, pos, in(b.repaired, false)));
-    case 20: // the other code point
-        return READ(first ? m_text.find_first_not_of(cp, pos) : m_text.find_last_not_of(cp, pos),
-                    scan(m, pos, in(Model(1, c), false), !first));
-    default: // at() and [] are one operation
-        return READ(first ? m_text[pos] : m_text.at(pos),
-                    pos < m.size() ? static_cast<long long>(m[pos]) : (refuse(badPosition), 0));
     }
 }
 
