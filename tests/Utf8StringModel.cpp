@@ -177,16 +177,10 @@ long long relations(const A& a, const B& b)
 // ---------------------------------------------------------------------------
 // The script
 
-class Script
+struct Script
 {
-public:
     explicit Script(Choices& choices) : m_choices(choices) {}
-
     bool step();
-
-    std::string history() const { return m_log.str(); }
-
-private:
     unsigned int pick(unsigned int bound) { return m_choices.below(bound); }
 
     char32_t codePoint()
@@ -256,7 +250,6 @@ private:
         }
         return true;
     }
-
 
     Choices& m_choices;
     Utf8String m_text;
@@ -407,7 +400,7 @@ std::string runScript(Choices& choices, unsigned int steps)
     Script script(choices);
     for (unsigned int i = 0; i < steps && !choices.exhausted(); ++i)
         if (!script.step())
-            return script.history();
+            return script.m_log.str();
     return std::string();
 }
 
