@@ -4,16 +4,15 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 using Vesk::Zim::Logger;
 
 TEST(PasswordFilter, MasksValues)
 {
     const std::string M = "********";
-    const struct
-    {
-        const char* why;
-        std::string text, filtered;
-    } rows[] = {
+    // Why, text, filtered text.
+    const std::tuple<const char*, std::string, std::string> rows[] = {
         {"no password", "user=x&mode=y", "user=x&mode=y"},
         {"no ? or & before the stem", "password=secret", "password=secret"},
         {"case-sensitive", "?Password=x&PASSWORD=y", "?Password=x&PASSWORD=y"},
@@ -43,6 +42,6 @@ TEST(PasswordFilter, MasksValues)
          "x&password=" + M + "&password=b&password=" + M},
         {"comma ends a value", "&password=abc,def", "&password=" + M + ",def"},
     };
-    for (const auto& row : rows)
-        EXPECT_EQ(Logger::filterPassword(row.text), row.filtered) << row.why;
+    for (const auto& [why, text, filtered] : rows)
+        EXPECT_EQ(Logger::filterPassword(text), filtered) << why;
 }

@@ -82,10 +82,8 @@ TEST(Tokenizer, RunsOfDelimitersGiveNoEmptyTokensAndEachCallMayHaveItsOwnSet)
 
     // A set given to one call starts from the delimiter that ended the token.
     Tokenizer tokenizer(L"a,b c d");
-    ASSERT_TRUE(tokenizer.nextToken(L","));
-    EXPECT_EQ(tokenizer.getToken(), L"a");
-    ASSERT_TRUE(tokenizer.nextToken(L" "));
-    EXPECT_EQ(tokenizer.getToken(), L",b");
+    ASSERT_TRUE(tokenizer.nextToken(L",") && tokenizer.getToken() == L"a");
+    ASSERT_TRUE(tokenizer.nextToken(L" ") && tokenizer.getToken() == L",b");
     // The stored set again, and a copy goes on independently.
     ASSERT_TRUE(tokenizer.nextToken());
     Tokenizer copy(tokenizer);
