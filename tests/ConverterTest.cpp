@@ -92,7 +92,6 @@ TEST(WideText, UnitsToUtf8)
     const long none = -1;
     // Units, the text with bad units replaced, the unit that utf8::invalid_utf16 names.
     const std::vector<std::tuple<std::vector<unsigned long>, std::string, long>> rows = {
-        {{}, "", none},
         {{'a', 0, 'b'}, std::string("a\0b", 3), none},
         {{0xE9, 0x20AC, 0xFFFF}, "\xC3\xA9\xE2\x82\xAC\xEF\xBF\xBF", none},
         {{0xD83D, 0xDE00, 0xDBFF, 0xDFFF}, "\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF", none},
