@@ -31,29 +31,23 @@ TEST(BasicTypes, AddressHoldsPointerAndIntegerAlike)
     int object = 0;
     EXPECT_EQ(Address(&object).getPointer(), &object);
     EXPECT_EQ(Address(IntPtr_t(0x1234)).getInt(), 0x1234u);
-    EXPECT_EQ(Address(IntPtr_t(0)).getInt(), Address(static_cast<void*>(nullptr)).getInt());
     // The whole pointer survives, also above 32 bits.
     const IntPtr_t high = static_cast<IntPtr_t>(1) << (sizeof(void*) * 8 - 1);
     EXPECT_EQ(Address(Address(high).getPointer()).getInt(), high);
 }
 
-namespace {
-void* at(IntPtr_t value) { return reinterpret_cast<void*>(value); }
-Alignment align(unsigned int bytes) { return static_cast<Alignment>(bytes); }
-} // namespace
-
-// Every alignment from 2 to 256 rounds up to its next multiple; others leave alignAddress's input alone and make
-// isAlignedTo false; 1 aligns everything.
+// Alignments from 2 to 256 round up to their next multiple; others leave
+// alignAddress's input alone and make isAlignedTo false; 1 aligns everything.
 TEST(BasicTypes, AlignmentBounds)
 {
     // Address, alignment, the aligned address, whether the address was aligned.
     const std::tuple<IntPtr_t, unsigned int, IntPtr_t, bool> rows[] = {
-        {0x1000, 4, 0x1000, true},  {0x1001, 4, 0x1004, false},  {0x1001, 256, 0x1100, false}, {0x1001, 1, 0x1001, true},
-        {0x1001, 0, 0x1001, false}, {0x1001, 512, 0x1001, false}, {0, 256, 0, true},            {0, 0, 0, false},
-        {0x1100, 256, 0x1100, true}, {0x1001, 2, 0x1002, false},  {0x1009, 8, 0x1010, false},   {0x10FF, 64, 0x1100, false},
-        {0x1010, 16, 0x1010, true}, {0x1021, 32, 0x1040, false}, {0x1080, 128, 0x1080, true}};
+        {0x1000, 4, 0x1000, true},  {0x1001, 4, 0x1004, false},   {0x1001, 256, 0x1100, false}, {0x1100, 256, 0x1100, true},
+        {0x1001, 1, 0x1001, true},  {0x1001, 0, 0x1001, false},   {0x1001, 512, 0x1001, false}, {0, 256, 0, true},
+        {0, 0, 0, false},           {0x1001, 2, 0x1002, false},   {0x10FF, 64, 0x1100, false}};
+    const auto at = [](IntPtr_t value) { return reinterpret_cast<void*>(value); };
     for (const auto& [address, alignment, aligned, wasAligned] : rows) {
-        EXPECT_EQ(alignAddress(at(address), align(alignment)), at(aligned)) << address << " to " << alignment;
-        EXPECT_EQ(isAlignedTo(at(address), align(alignment)), wasAligned) << address << " to " << alignment;
+        EXPECT_EQ(alignAddress(at(address), Alignment(alignment)), at(aligned)) << address << " to " << alignment;
+        EXPECT_EQ(isAlignedTo(at(address), Alignment(alignment)), wasAligned) << address << " to " << alignment;
     }
 }

@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <string>
+#include <tuple>
 #include <vector>
 
 using namespace Vesk::Corvo;
@@ -45,6 +46,7 @@ TEST(Converter, BytesToHexTextAndBack)
     EXPECT_EQ(Converter::convertBytesArrayToHexString(nullptr, 0), L"");
     // As text, the bytes widen without decoding.
     EXPECT_EQ(Converter::convertBytesArrayToString(bytes, 3), (std::wstring{0, 0xFFAB, 0xFFFF}));
+    EXPECT_TRUE(Converter::convertBytesArrayToString(nullptr, 0).empty());
     EXPECT_EQ(readHex(L"00abFF10"), std::string("\x00\xAB\xFF\x10", 4));
     // An odd last character is not looked at; the empty text is an array.
     EXPECT_EQ(readHex(L"abz"), "\xAB");
@@ -61,13 +63,13 @@ TEST(Converter, BytesToHexTextAndBack)
     EXPECT_TRUE(out == &sentinel && length == 7u);
 }
 
-TEST(Converter, SurrogatePairsAndBadUnicode)
+// The units themselves are WideText's table below; here, that the Unicode
+// forms keep NUL and let bad values reach the caller.
+TEST(Converter, UnicodeFormsKeepNulAndRefuseBadValues)
 {
-    const std::wstring pair{0xD800, 0xDC00};
-    EXPECT_EQ(Converter::toUtf16(Utf8String(std::string("\xF0\x90\x80\x80"))), pair);
-    EXPECT_EQ(bytesOf(Converter::toUtf8(pair)), "\xF0\x90\x80\x80");
-
-    // Which units are bad is WideText's table below; here, that they reach the caller.
+    EXPECT_EQ(bytesOf(Converter::toUtf8(std::wstring(L"a\0b", 3))), std::string("a\0b", 3));
+    EXPECT_EQ(bytesOf(Converter::toUtf8(Utf32{'a', 0, 'b'})), std::string("a\0b", 3));
+    EXPECT_EQ(Converter::toUtf32(Converter::toUtf16(Utf32{0x10000, 0})), (Utf32{0x10000, 0}));
     EXPECT_TRUE(throwsWith<utf8::invalid_utf16>([] { Converter::toUtf32(std::wstring{0xD800}); }, "Invalid UTF-16"));
     // The last one must not be cut to U+0041 where unsigned long is wider.
     const unsigned long wide = sizeof(unsigned long) > 4 ? static_cast<unsigned long>(0x41) << 16 << 16 | 0x41 : 0xD800;
@@ -75,21 +77,11 @@ TEST(Converter, SurrogatePairsAndBadUnicode)
         EXPECT_TRUE(throwsWith<utf8::invalid_code_point>([&] { Converter::toUtf16(Utf32(1, bad)); }, "Invalid code point"));
 }
 
-TEST(Converter, NulStaysInUnicodeFormsAndEmptyStaysEmpty)
-{
-    EXPECT_EQ(bytesOf(Converter::toUtf8(std::wstring(L"a\0b", 3))), std::string("a\0b", 3));
-    EXPECT_EQ(bytesOf(Converter::toUtf8(Utf32{'a', 0, 'b'})), std::string("a\0b", 3));
-    EXPECT_TRUE(Converter::toUtf8(std::wstring()).empty() && Converter::toUtf16(Utf32()).empty() &&
-                Converter::toUtf32(std::wstring()).empty() && Converter::convertBytesArrayToString(nullptr, 0).empty());
-}
-
 TEST(LocaleConverter, AnsiIsWindows1252AndEndsAtNul)
 {
-    EXPECT_EQ(bytesOf(Win32LocaleConverter::ansiToUtf8("plain 123")), "plain 123");
     // 0x80 is where 1252 differs from Latin-1: the euro sign.
-    EXPECT_EQ(bytesOf(Converter::toUtf8(std::string("caf\xE9\x80\0x", 7))),
-              "caf\xC3\xA9\xE2\x82\xAC");
-    EXPECT_TRUE(Converter::toUtf8(std::string()).empty());
+    EXPECT_EQ(bytesOf(Converter::toUtf8(std::string("caf\xE9\x80\0x", 7))), "caf\xC3\xA9\xE2\x82\xAC");
+    EXPECT_TRUE(Win32LocaleConverter::ansiToUtf8("").empty());
 }
 
 // appendUtf8 in both of its modes. Elements above 0xFFFF exist only where
@@ -98,14 +90,8 @@ TEST(WideText, UnitsToUtf8)
 {
     const std::string mark = "\xEF\xBF\xBD";
     const long none = -1;
-    struct Row
-    {
-        std::vector<unsigned long> units;
-        std::string replaced;
-        long thrown; // the unit that utf8::invalid_utf16 names
-    };
-    const std::vector<Row> rows = {
-        {{}, "", none},
+    // Units, the text with bad units replaced, the unit that utf8::invalid_utf16 names.
+    const std::vector<std::tuple<std::vector<unsigned long>, std::string, long>> rows = {
         {{'a', 0, 'b'}, std::string("a\0b", 3), none},
         {{0xE9, 0x20AC, 0xFFFF}, "\xC3\xA9\xE2\x82\xAC\xEF\xBF\xBF", none},
         {{0xD83D, 0xDE00, 0xDBFF, 0xDFFF}, "\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF", none},
@@ -120,18 +106,18 @@ TEST(WideText, UnitsToUtf8)
         {{0xD83D, 0x1DE00}, mark + mark, 0xDE00},
         {{0xFFFFFFFF, 'z'}, mark + "z", 0xFFFF},
     };
-    for (const Row& row : rows) {
-        if (sizeof(wchar_t) == 2 && std::any_of(row.units.begin(), row.units.end(), [](unsigned long u) { return u > 0xFFFF; }))
+    for (const auto& [units, replaced, thrown] : rows) {
+        if (sizeof(wchar_t) == 2 && std::any_of(units.begin(), units.end(), [](unsigned long u) { return u > 0xFFFF; }))
             continue;
-        const std::wstring text(row.units.begin(), row.units.end());
+        const std::wstring text(units.begin(), units.end());
         std::string out = "x", strict;
         appendUtf8(out, text.data(), text.size(), BadUnit::Replace);
-        EXPECT_EQ(out, "x" + row.replaced) << row.replaced;
+        EXPECT_EQ(out, "x" + replaced) << replaced;
         try {
             appendUtf8(strict, text.data(), text.size(), BadUnit::Throw);
-            EXPECT_TRUE(strict == row.replaced && row.thrown == none) << row.replaced;
+            EXPECT_TRUE(strict == replaced && thrown == none) << replaced;
         } catch (const utf8::invalid_utf16& e) {
-            EXPECT_EQ(e.utf16_word(), row.thrown) << row.replaced;
+            EXPECT_EQ(e.utf16_word(), thrown) << replaced;
         }
     }
 }

@@ -29,7 +29,9 @@ std::tuple<Environment, LogLevel, bool, bool> fields()
 // One test, as each step depends on the process state the last one left.
 TEST(LoggerLifecycle, FirstUseBuildsTheOnlyLogger)
 {
-    // Defaults, and a preset that names nothing: no Logger comes into being.
+    // Defaults, and a preset that names nothing: no Logger comes into being
+    // until the first accessor, which prints its one line.
+    Logger* first;
     {
         CoutCapture capture;
         const auto defaults = std::make_tuple(EnvProd, LogNone, true, false);
@@ -37,12 +39,6 @@ TEST(LoggerLifecycle, FirstUseBuildsTheOnlyLogger)
         DeveloperConfig::initConfig(static_cast<ConfigPreset>(4));
         EXPECT_EQ(fields(), defaults);
         EXPECT_EQ(capture.text(), "");
-    }
-
-    // The first accessor builds the Logger, which prints its one line.
-    Logger* first;
-    {
-        CoutCapture capture;
         first = Logger::getSingletonPtr();
         EXPECT_EQ(&Logger::getSingleton(), first);
         EXPECT_EQ(capture.text(), "[INFO][TRACE][DEBUG][WARNING][ERROR][NONE]\n");
@@ -80,20 +76,13 @@ TEST(DeveloperConfig, PresetsAndTextForms)
     };
 
     // Each preset sets all four fields and the Logger's filter.
-    const struct
-    {
-        ConfigPreset preset;
-        Environment environment;
-        LogLevel level;
-        bool updater, devLog;
-    } presets[] = {{PresetDeveloper, EnvTest, LogInfo, false, true},
-                   {PresetProduction, EnvProd, LogFlow, true, false},
-                   {PresetTestNoUpdater, EnvTest, LogDebug, false, false},
-                   {PresetTest, EnvTest, LogDebug, true, false}};
-    for (const auto& row : presets) {
-        DeveloperConfig::initConfig(row.preset);
-        EXPECT_EQ(fields(), std::make_tuple(row.environment, row.level, row.updater, row.devLog)) << row.preset;
-        EXPECT_EQ(lowestPassing(), row.level) << row.preset;
+    const std::pair<ConfigPreset, std::tuple<Environment, LogLevel, bool, bool>> presets[] = {
+        {PresetDeveloper, {EnvTest, LogInfo, false, true}}, {PresetProduction, {EnvProd, LogFlow, true, false}},
+        {PresetTestNoUpdater, {EnvTest, LogDebug, false, false}}, {PresetTest, {EnvTest, LogDebug, true, false}}};
+    for (const auto& [preset, expected] : presets) {
+        DeveloperConfig::initConfig(preset);
+        EXPECT_EQ(fields(), expected) << preset;
+        EXPECT_EQ(lowestPassing(), std::get<1>(expected)) << preset;
     }
 
     // The Logger's own setter does not reach the stored level.
@@ -103,11 +92,9 @@ TEST(DeveloperConfig, PresetsAndTextForms)
 
     // Text forms, both ways.
     for (int level = LogInfo; level <= LogNone; ++level)
-        EXPECT_EQ(DeveloperConfig::logLevelFromString(DeveloperConfig::logLevelToString(static_cast<LogLevel>(level))),
-                  level);
+        EXPECT_EQ(DeveloperConfig::logLevelFromString(DeveloperConfig::logLevelToString(LogLevel(level))), level);
     for (int environment = EnvLocal; environment <= EnvProd; ++environment)
-        EXPECT_EQ(DeveloperConfig::envFromString(DeveloperConfig::envToString(static_cast<Environment>(environment))),
-                  environment);
+        EXPECT_EQ(DeveloperConfig::envFromString(DeveloperConfig::envToString(Environment(environment))), environment);
     EXPECT_EQ(DeveloperConfig::envFromString("private-test"), EnvPrivateTest);
     EXPECT_EQ(DeveloperConfig::logLevelToString(LogWarning), "warning");
 
@@ -119,8 +106,8 @@ TEST(DeveloperConfig, PresetsAndTextForms)
     EXPECT_EQ(DeveloperConfig::envFromString("Prod"), EnvInternal);
 
     for (int level : {0, 8})
-        EXPECT_TRUE(throwsWith<InvalidArgumentException>(
-            [&] { DeveloperConfig::logLevelToString(static_cast<LogLevel>(level)); }, "Invalid log level passed"));
+        EXPECT_TRUE(throwsWith<InvalidArgumentException>([&] { DeveloperConfig::logLevelToString(LogLevel(level)); },
+                                                         "Invalid log level passed"));
     EXPECT_TRUE(throwsWith<InvalidArgumentException>(
         [] { DeveloperConfig::envToString(static_cast<Environment>(5)); }, "Invalid environment passed"));
 }

@@ -1,12 +1,15 @@
-// The Logger and its file and console policies, in a process whose Logger
-// is the one getSingleton builds. Each test names its own policies: the
-// Logger remembers every name it was given.
+// The Logger, its file and console policies, the stack tracer and the
+// test-suite runner, in a process whose Logger is the one getSingleton
+// builds. Each test names its own policies: the Logger remembers every name
+// it was given.
 #include "CorvoPlatform.h"
 #include "LogCapture.h"
 #include "TempDirectory.h"
 #include "TestSupport.h"
 #include "ZimException.h"
 #include "ZimLogger.h"
+#include "ZimStackTracer.h"
+#include "ZimUnitTestSuite.h"
 
 #include <gtest/gtest.h>
 
@@ -26,12 +29,10 @@ typedef std::vector<std::string> Texts;
 Logger& logger() { return Logger::getSingleton(); }
 
 // A record's head: the time, then " [" levelAndTag "] ".
-::testing::AssertionResult headIs(const std::string& head, const std::string& levelAndTag)
+bool headIs(const std::string& head, const std::string& levelAndTag)
 {
-    if (std::regex_match(head.substr(0, 19), std::regex("[0-9]{4}/[0-9]{2}/[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}")) &&
-        head.size() >= 19 && head.substr(19) == " [" + levelAndTag + "] ")
-        return ::testing::AssertionSuccess();
-    return ::testing::AssertionFailure() << "head \"" << head << "\"";
+    return head.size() >= 19 && head.substr(19) == " [" + levelAndTag + "] " &&
+           std::regex_match(head.substr(0, 19), std::regex("[0-9]{4}/[0-9]{2}/[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}"));
 }
 
 std::string threadNumber() { return std::to_string(static_cast<unsigned long long>(GetCurrentThreadId())); }
@@ -45,6 +46,23 @@ struct CallPolicy : LogPolicy
     void log(const std::string& head, const std::string& text) override { call(head, text); }
     Call call;
 };
+
+// A suite whose body reports its lines, and throws at a line "throw".
+struct Suite : UnitTestSuite
+{
+    Suite(const std::string& name, Texts lines) : UnitTestSuite(name), lines(lines) {}
+    void run() override
+    {
+        ++runs;
+        for (const std::string& line : lines)
+            line == "throw" ? throw std::runtime_error("suite failed") : result(line);
+    }
+    Texts lines;
+    int runs = 0;
+};
+
+std::string start(const std::string& name) { return "- Starting Test Suite\n |_[" + name + "]"; }
+const std::string end = " ____________________________________________________ Complete! _______________\n";
 
 } // namespace
 
@@ -62,31 +80,27 @@ TEST(Logger, FilterPassesLevelsAtOrAboveItAndBareRecordsAlways)
             EXPECT_EQ(records.size(), level >= filter ? 3u : 0u) << "level " << level << ", filter " << filter;
         }
 
-    // The filter stands at LogNone. Formatted texts are cut to the buffer.
+    // The filter stands at LogNone. Formatted texts (one formatter for both
+    // forms) are cut to the buffer.
     records.clear();
-    const std::string longText(5000, 'n'), narrowCut(1023, 'n');
-    const std::wstring longWide(5000, L'w');
     logger().log("bare");
     logger().log(std::wstring(L"wide bare"));
     logger().logf("%s %d", "formatted", 1);
     logger().logf(L"%s %d", L"formatted", 2);
-    logger().logf("%s", longText.c_str());
-    logger().logf(L"%s", longWide.c_str());
     logger().setLogFilterLevel(LogInfo);
-    logger().logTagf(LogError, "t", "%s", longText.c_str());
-    logger().logTagf(LogError, "t", L"%s", longWide.c_str());
+    logger().logTagf(LogError, "t", "%s", std::string(5000, 'n').c_str());
+    logger().logTagf(LogError, "t", L"%s", std::wstring(5000, L'w').c_str());
     logger().log(LogDebug, "t", std::wstring(L"wide"));
     logger().log(static_cast<LogLevel>(9), "tag", "x");
-    const std::string wideCut(1022, 'w');
-    EXPECT_EQ(recorder.texts(), (Texts{"bare", "wide bare", "formatted 1", "formatted 2", narrowCut, wideCut,
-                                       narrowCut, wideCut, "wide", "x"}));
+    EXPECT_EQ(recorder.texts(), (Texts{"bare", "wide bare", "formatted 1", "formatted 2", std::string(1023, 'n'),
+                                       std::string(1022, 'w'), "wide", "x"}));
     std::string slots;
     for (const Record& r : records)
         slots += r.wide ? 'w' : 'n';
-    EXPECT_EQ(slots, "nwnwnwnwwn");
+    EXPECT_EQ(slots, "nwnwnwwn");
     EXPECT_EQ(records[0].head, "");
     // A level without a text shows an empty one in the head.
-    EXPECT_TRUE(headIs(records.back().head, "tag"));
+    EXPECT_TRUE(headIs(records.back().head, "tag")) << records.back().head;
 }
 
 TEST(Logger, PolicyManagement)
@@ -156,8 +170,7 @@ TEST(Logger, PoliciesMayLogAgainAndAThrowFreesTheLock)
     logger().addPolicy(reentrant, true);
     logger().log(LogWarning, "outer-tag", "outer");
     ASSERT_EQ(texts, (Texts{"inner", "outer"}));
-    EXPECT_TRUE(headIs(heads[0], "[ERROR]inner-tag"));
-    EXPECT_TRUE(headIs(heads[1], "[WARNING]outer-tag"));
+    EXPECT_TRUE(headIs(heads[0], "[ERROR]inner-tag") && headIs(heads[1], "[WARNING]outer-tag")) << heads[0] << heads[1];
 
     CallPolicy thrower("aaa-throwing", [](const std::string&, const std::string&) { throw std::runtime_error("x"); });
     logger().addPolicy(thrower, true);
@@ -231,4 +244,94 @@ TEST(Logger, ConcurrentRecordsNeverInterleave)
             << text;
     }
     EXPECT_EQ(next, std::vector<int>(threads, perThread));
+}
+
+TEST(StackTracer, IndentsByDepthWhateverTheFilter)
+{
+    Recorder recorder("tracer");
+    logger().setLogFilterLevel(LogTrace);
+    {
+        StackTracer a("a");
+        StackTracer("b");
+        // The depth moves while the filter keeps the records out.
+        {
+            logger().setLogFilterLevel(LogDebug);
+            StackTracer hidden("hidden");
+            logger().setLogFilterLevel(LogInfo);
+            StackTracer shown("shown");
+            logger().setLogFilterLevel(LogDebug);
+        }
+        logger().setLogFilterLevel(LogTrace);
+    }
+    // A copy lowers the depth once more than it rose; below zero there are
+    // no tabs.
+    {
+        StackTracer original("original");
+        StackTracer copy(original);
+    }
+    {
+        StackTracer below("below");
+        StackTracer("zero");
+    }
+    EXPECT_EQ(recorder.texts(), (Texts{"Enter:\ta", "\tEnter:\tb", "\tExit :\tb", "\t\tEnter:\tshown", "Exit :\ta",
+                                       "Enter:\toriginal", "Exit :\toriginal", "Exit :\toriginal", "Enter:\tbelow",
+                                       "Enter:\tzero", "Exit :\tzero", "Exit :\tbelow"}));
+    EXPECT_EQ(recorder.records[0].head.substr(19), " [[TRACE]Vesk::Zim::StackTracer::trace] ");
+    // Give the process its depth back: one tracer that is never destroyed.
+    alignas(StackTracer) static unsigned char storage[sizeof(StackTracer)];
+    new (storage) StackTracer("balance");
+}
+
+// A body that throws ends the run: the suites after it don't run.
+TEST(UnitTestSuite, RunsInConstructionOrderAndRepeatsAllResults)
+{
+    ResultList::getSingleton().clear();
+    Recorder recorder("suites");
+    Suite a("A", {"a1"}), b("B", {"b1", "b2"}), broken("Broken", {"throw"}), c("C", {"c1"});
+    UnitTestSuite::result("early");
+    EXPECT_THROW(UnitTestSuite::execute(), std::runtime_error);
+    EXPECT_EQ(recorder.texts(), (Texts{start("A"), "\t|_early", "\t|_a1", end, start("B"), "\t|_early", "\t|_a1",
+                                       "\t|_b1", "\t|_b2", end, start("Broken")}));
+    EXPECT_EQ(c.runs, 0);
+    for (const Record& r : recorder.records)
+        EXPECT_EQ(r.head, "");
+    recorder.records.clear();
+    UnitTestSuite::printResult();
+    UnitTestSuite::printResult();
+    EXPECT_EQ(recorder.records.size(), 8u);
+}
+
+TEST(UnitTestSuite, EnableRunOnlyAndDestructionChooseTheSuites)
+{
+    ResultList::getSingleton().clear();
+    Recorder recorder("suites-choice");
+    Suite a("A", {}), b("B", {}), c("C", {});
+    const Suite copy(a);
+    EXPECT_EQ(UnitTestSuiteList::getSingleton().size(), 3u); // copies are not registered
+    b.enable(false);
+    UnitTestSuite::execute();
+    EXPECT_EQ(recorder.texts(), (Texts{start("A"), end, start("C"), end}));
+
+    // Names are case-sensitive, and the flags stay as runOnly left them.
+    UnitTestSuite::runOnly("b");
+    recorder.records.clear();
+    UnitTestSuite::execute();
+    UnitTestSuite::runOnly("B");
+    UnitTestSuite::execute();
+    UnitTestSuite::execute();
+    EXPECT_EQ(recorder.texts(), (Texts{start("B"), end, start("B"), end}));
+    EXPECT_EQ(a.runs + b.runs + c.runs, 4);
+
+    // Destroying any suite empties the registry.
+    UnitTestSuite::runOnly("A");
+    Suite("Gone", {});
+    UnitTestSuite::execute();
+    EXPECT_EQ(a.runs, 1);
+
+    // With no policy on, bodies still run and results still gather.
+    Suite quiet("Quiet", {"q"});
+    logger().disablePolicy("suites-choice");
+    UnitTestSuite::execute();
+    EXPECT_EQ(quiet.runs, 1);
+    EXPECT_EQ(ResultList::getSingleton().size(), 1u);
 }

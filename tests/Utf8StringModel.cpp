@@ -69,6 +69,7 @@ std::string show(const Model& m)
 
 // Bytes for the const char* and std::string forms: code points with the odd
 // 0xFF among them, which repair turns into U+FFFD and a strict walk stops at.
+// Repaired, they are the code points of a source text.
 struct Bytes
 {
     std::string bytes;
@@ -79,15 +80,13 @@ struct Bytes
 // ---------------------------------------------------------------------------
 // The model's side of the rules
 
-unsigned int checkedPosition(const Model& t, unsigned int pos)
+// A count past the end reaches to the end.
+Model part(const Model& t, unsigned int pos, unsigned int n = 0)
 {
     if (pos > t.size())
         refuse(badPosition);
-    return pos;
+    return t.substr(pos, n);
 }
-
-// A count past the end reaches to the end.
-Model part(const Model& t, unsigned int pos, unsigned int n) { return t.substr(checkedPosition(t, pos), n); }
 
 // A count that goes with bytes must be met exactly.
 Model counted(const Bytes& s, unsigned int n)
@@ -97,19 +96,13 @@ Model counted(const Bytes& s, unsigned int n)
     return s.beforeBad.substr(0, n);
 }
 
-// Utf8String(n, codePoint) and the forms that go through it.
-Model repeated(unsigned int n, char32_t c)
+// Utf8String(n, codePoint) and the forms that go through it refuse npos
+// first; for append(n, codePoint) it is no refusal of its own, the length
+// runs out.
+Model repeated(unsigned int n, char32_t c, bool appending = false)
 {
-    if (n == npos)
+    if (n == npos && !appending)
         refuse(encodingFailure + "Utf8String::npos not allowed here");
-    if (n != 0 && !isValid(c))
-        refuse(badCodePoint);
-    return Model(n, c);
-}
-
-// append(n, codePoint): npos is no refusal of its own, the length runs out.
-Model appended(unsigned int n, char32_t c)
-{
     if (n != 0 && !isValid(c))
         refuse(badCodePoint);
     if (n == npos)
@@ -121,18 +114,20 @@ void resized(Model& m, unsigned int n, char32_t c)
 {
     if (n <= m.size())
         return m.resize(n);
-    m += appended(n == npos ? npos : n - static_cast<unsigned int>(m.size()), c);
+    m += repeated(n == npos ? npos : n - static_cast<unsigned int>(m.size()), c, true);
 }
 
 // The target position is checked before the source is looked at.
 void splice(Model& t, unsigned int pos, unsigned int n, const std::function<Model()>& with)
 {
-    checkedPosition(t, pos);
+    part(t, pos);
     t.replace(pos, n, with());
 }
 
-long long found(const Model& t, std::size_t hit)
+// find and rfind of a needle.
+long long modelFind(const Model& t, const Model& needle, unsigned int pos, bool backward = false)
 {
+    const std::size_t hit = backward ? t.rfind(needle, pos) : pos > t.size() ? Model::npos : t.find(needle, pos);
     if (hit == Model::npos || t.empty())
         return npos;
     if (hit == t.size())
@@ -140,36 +135,21 @@ long long found(const Model& t, std::size_t hit)
     return static_cast<long long>(hit);
 }
 
-long long modelFind(const Model& t, const Model& needle, unsigned int pos)
+// The find_first/last_(not_)of walks: a backward one refuses a start past the end.
+long long scan(const Model& t, unsigned int pos, const Test& hit, bool backward = false)
 {
-    return found(t, pos > t.size() ? Model::npos : t.find(needle, pos));
-}
-
-long long modelRfind(const Model& t, const Model& needle, unsigned int pos) { return found(t, t.rfind(needle, pos)); }
-
-long long scanForward(const Model& t, unsigned int pos, const Test& hit)
-{
-    for (std::size_t i = pos; i < t.size(); ++i)
-        if (hit(t[i]))
-            return static_cast<long long>(i);
-    return npos;
-}
-
-long long scanBackward(const Model& t, unsigned int pos, const Test& hit)
-{
-    if (t.empty())
-        return npos;
-    const std::size_t start = pos == npos ? t.size() - 1 : pos;
-    if (start >= t.size())
+    if (backward && !t.empty() && pos != npos && pos >= t.size())
         refuse(badPosition);
-    for (std::size_t i = start + 1; i-- > 0;)
+    for (std::size_t i = backward ? std::min<std::size_t>(pos, t.size() - 1) : pos; i < t.size(); backward ? --i : ++i)
         if (hit(t[i]))
             return static_cast<long long>(i);
     return npos;
 }
 
-Test inSet(const Model& set) { return [set](char32_t x) { return set.find(x) != Model::npos; }; }
-Test notInSet(const Model& set) { return [set](char32_t x) { return set.find(x) == Model::npos; }; }
+Test in(const Model& set, bool inside = true)
+{
+    return [set, inside](char32_t x) { return (set.find(x) != Model::npos) == inside; };
+}
 
 long long modelCompare(const Model& a, unsigned int pos1, unsigned int count1, const Model& b, unsigned int pos2,
                        unsigned int count2)
@@ -197,16 +177,10 @@ long long relations(const A& a, const B& b)
 // ---------------------------------------------------------------------------
 // The script
 
-class Script
+struct Script
 {
-public:
     explicit Script(Choices& choices) : m_choices(choices) {}
-
-    bool step() { return m_choices.below(3) == 0 ? read() : edit(); }
-
-    std::string history() const { return m_log.str(); }
-
-private:
+    bool step();
     unsigned int pick(unsigned int bound) { return m_choices.below(bound); }
 
     char32_t codePoint()
@@ -220,44 +194,22 @@ private:
     unsigned int position(std::size_t size) { return pick(10) == 0 ? npos : pick(static_cast<unsigned int>(size) + 3); }
     unsigned int count() { return pick(8) == 0 ? npos : pick(5); }
 
-    Model codePoints()
-    {
-        Model m;
-        for (unsigned int n = pick(6); n > 0; --n)
-            m += alphabet[pick(alphabetSize)];
-        return m;
-    }
-
     Bytes bytes(bool withNul)
     {
         Bytes b;
         for (unsigned int n = pick(6); n > 0; --n) {
-            if (pick(8) == 0) {
-                b.bytes += '\xFF';
-                b.repaired += 0xFFFD;
-                b.clean = false;
-                continue;
-            }
-            const char32_t c = alphabet[pick(withNul ? alphabetSize : alphabetSize - 1)];
-            b.bytes += encode(Model(1, c));
+            const bool bad = pick(8) == 0;
+            const char32_t c = bad ? 0xFFFD : alphabet[pick(withNul ? alphabetSize : alphabetSize - 1)];
+            b.bytes += bad ? std::string("\xFF") : encode(Model(1, c));
             b.repaired += c;
-            if (b.clean)
+            if ((b.clean = b.clean && !bad))
                 b.beforeBad += c;
         }
         return b;
     }
 
-    Iterator iteratorAt(unsigned int pos)
-    {
-        Iterator it = m_text.begin();
-        std::advance(it, pos);
-        return it;
-    }
-
-    unsigned int positionOf(const Iterator& it)
-    {
-        return static_cast<unsigned int>(utf8::distance(m_text.begin().base(), it.base()));
-    }
+    Iterator iteratorAt(unsigned int pos) { return std::next(m_text.begin(), pos); }
+    unsigned int positionOf(const Iterator& it) { return utf8::distance(m_text.begin().base(), it.base()); }
 
     // copy() into a buffer whose bytes behind the copy must stay as they
     // were; the copy becomes the text, and the result is its length or -1.
@@ -299,9 +251,6 @@ private:
         return true;
     }
 
-    bool edit();
-    bool read();
-
     Choices& m_choices;
     Utf8String m_text;
     Model m_model;
@@ -313,14 +262,18 @@ private:
 #define EDIT(real, ...) check(#real, [&] { return real, 0ll; }, [&](Model& m) { return __VA_ARGS__, 0ll; })
 #define READ(real, ...) check(#real, [&] { return real; }, [&](Model& m) { return __VA_ARGS__; })
 
-bool Script::edit()
+bool Script::step()
 {
-    // The source text is now and then the target itself, as it was.
-    const bool self = m_model.size() < 64 && pick(4) == 0; // no doubling without end
-    const Model sourceModel = self ? m_model : codePoints();
+    const bool reading = pick(3) == 0;
+    const std::size_t size = m_model.size();
+    // The source or needle is now and then the target itself, as it was (no
+    // doubling without end), or a piece of it.
+    const bool self = size < 64 && pick(4) == 0;
+    const Model sourceModel = self ? m_model
+                            : pick(4) == 0 ? m_model.substr(pick(static_cast<unsigned int>(size) + 1), pick(3))
+                                           : bytes(true).repaired;
     Utf8String other(encode(sourceModel));
     Utf8String& source = self ? m_text : other;
-    const std::size_t size = m_model.size();
     const unsigned int pos = position(size), n = count();
     const unsigned int pos2 = position(sourceModel.size()), n2 = count();
     const char32_t c = codePoint();
@@ -331,135 +284,112 @@ bool Script::edit()
     const unsigned int i1 = pick(static_cast<unsigned int>(size) + 1);
     const unsigned int i2 = i1 + pick(static_cast<unsigned int>(size - i1) + 1);
     const Model range = m_model.substr(i1, i2 - i1);
-    const unsigned int form = pick(3);
-    m_log << show(m_model) << ": source " << (self ? "self" : show(sourceModel)) << ", pos " << pos << ", n " << n
-          << ", pos2 " << pos2 << ", n2 " << n2 << ", cp " << cp << ", s " << show(b.repaired) << ", w "
-          << show(w.repaired) << ", iterators at " << i1 << ", " << i2 << ", form " << form << '\n';
-
-    switch (pick(45)) {
-    case 0: return EDIT(m_text.append(source), m += sourceModel);
-    case 1: return EDIT(m_text.append(source, pos2, n2), m += part(sourceModel, pos2, n2));
-    case 2: return EDIT(m_text.append(w.bytes), m += w.repaired);
-    case 3: return EDIT(form == 0 ? m_text.append(s) : (m_text += s), m += b.repaired);
-    case 4: return EDIT(m_text.append(s, n), m += counted(b, n));
-    case 5: return EDIT(m_text.append(n, cp), m += appended(n, c));
-    case 6: return EDIT(form == 0 ? m_text.push_back(cp) : void(m_text += cp), m += appended(1, c));
-    case 7: return EDIT(m_text.append(iteratorAt(i1), iteratorAt(i2)), m += range);
-    case 8: return EDIT(form == 0 ? m_text.assign(source) : (m_text = source), m = sourceModel);
-    case 9: return EDIT(m_text.assign(source, pos2, n2), m = part(sourceModel, pos2, n2));
-    case 10: // the repairing forms
-        return EDIT(form == 0 ? m_text.assign(s) : form == 1 ? (m_text = s) : (m_text = Utf8String(s)), m = b.repaired);
-    case 11:
-        return EDIT(form == 0 ? m_text.assign(w.bytes)
-                              : form == 1 ? (m_text = w.bytes) : (m_text = Utf8String(w.bytes)),
-                    m = w.repaired);
-    case 12: return EDIT(m_text.assign(s, n), m = counted(b, n));
-    case 13: return EDIT(m_text.assign(n, cp), m = repeated(n, c));
-    case 14: return EDIT(m_text.assign(iteratorAt(i1), iteratorAt(i2)), m = range);
-    case 15: return EDIT(m_text.insert(pos, source), splice(m, pos, 0, [&] { return sourceModel; }));
-    case 16:
-        return EDIT(m_text.insert(pos, source, pos2, n2),
-                    splice(m, pos, 0, [&] { return part(sourceModel, pos2, n2); }));
-    case 17: return EDIT(m_text.insert(pos, s, n), splice(m, pos, 0, [&] { return counted(b, n); }));
-    case 18: // unexamined bytes: only valid ones, so that the text stays readable
-        return EDIT(m_text.insert(pos, encode(b.beforeBad).c_str()), splice(m, pos, 0, [&] { return b.beforeBad; }));
-    case 19: // the code points are made before the target is looked at
-        return EDIT(m_text.insert(pos, n, cp), splice(m, pos, 0, [with = repeated(n, c)] { return with; }));
-    case 20:
-        return READ(positionOf(m_text.insert(iteratorAt(i1), cp)),
-                    isValid(c) ? (m.insert(i1, 1, c), i1) : invalid());
-    case 21: return EDIT(m_text.insert(iteratorAt(i1), n, cp), m.insert(i1, repeated(n, c)));
-    case 22: return EDIT(m_text.insert(m_text.begin(), iteratorAt(i1), iteratorAt(i2)), m.insert(0, range));
-    case 23: return EDIT(m_text.erase(pos, n), splice(m, pos, n, [] { return Model(); }));
-    case 24:
-        return READ(positionOf(m_text.erase(iteratorAt(i1))),
-                    i1 < m.size() ? (m.erase(i1, 1), i1) : (refuse("utf8::not_enough_room: Not enough space"), 0));
-    case 25: return READ(positionOf(m_text.erase(iteratorAt(i1), iteratorAt(i2))), (m.erase(i1, i2 - i1), i1));
-    case 26: return EDIT(m_text.replace(pos, n, source), splice(m, pos, n, [&] { return sourceModel; }));
-    case 27:
-        return EDIT(m_text.replace(pos, n, source, pos2, n2),
-                    splice(m, pos, n, [&] { return part(sourceModel, pos2, n2); }));
-    case 28: return EDIT(m_text.replace(pos, n, s, n2), splice(m, pos, n, [&] { return counted(b, n2); }));
-    case 29: return EDIT(m_text.replace(pos, n, s), splice(m, pos, n, [&] { return b.repaired; }));
-    case 30: return EDIT(m_text.replace(pos, n, n2, cp), splice(m, pos, n, [with = repeated(n2, c)] { return with; }));
-    case 31: return EDIT(m_text.replace(iteratorAt(i1), iteratorAt(i2), source), m.replace(i1, i2 - i1, sourceModel));
-    case 32: return EDIT(m_text.replace(iteratorAt(i1), iteratorAt(i2), s, n), m.replace(i1, i2 - i1, counted(b, n)));
-    case 33:
-        return EDIT(m_text.replace(iteratorAt(i1), iteratorAt(i2), n2, cp), m.replace(i1, i2 - i1, repeated(n2, c)));
-    case 34: // all five forms of operator+
-        return EDIT(m_text = s + (cp + source) + source + cp + s,
-                    m = b.repaired + appended(1, c) + sourceModel + sourceModel + appended(1, c) + b.repaired);
-    case 35: return EDIT(m_text = Utf8String(source, pos2, n2), m = part(sourceModel, pos2, n2));
-    case 36: return EDIT(m_text = Utf8String(s, n), m = counted(b, n));
-    case 37: return EDIT(m_text = Utf8String(n, cp), m = repeated(n, c));
-    case 38: return EDIT(m_text = Utf8String(iteratorAt(i1), iteratorAt(i2)), m = range);
-    case 39: return EDIT(m_text = cp, m = appended(1, c));
-    case 40: return EDIT(m_text.resize(pos, cp), resized(m, pos, c));
-    case 41: return EDIT(m_text.clear(), m.clear());
-    case 42: return EDIT(m_text.swap(source), m = sourceModel);
-    case 43: // the copied bytes, with nothing written behind them, become the text
-        return READ(copyOut(n, pos), static_cast<long long>(encode(m = part(m, pos, n)).size()));
-    default: { // the mark of byte order, only ever in front
-        const bool marked = !m_model.empty() && m_model[0] == 0xFEFF;
-        if (form == 0)
-            return READ(m_text.addBOM(), !marked && (m.insert(0, 1, 0xFEFF), true));
-        return READ(m_text.purgeBOM(), marked && (m.erase(0, 1), true));
-    }
-    }
-}
-
-bool Script::read()
-{
-    const Model needleModel =
-        pick(3) == 0 ? m_model.substr(pick(static_cast<unsigned int>(m_model.size()) + 1), pick(3)) : codePoints();
-    const Utf8String needle(encode(needleModel));
-    const Bytes b = bytes(false);
-    const char* const s = b.bytes.c_str();
-    const unsigned int pos = position(m_model.size()), n = count();
-    const unsigned int pos2 = position(needleModel.size()), n2 = count();
-    const char32_t c = codePoint();
-    const unsigned long cp = c;
-    const Test isNot = [c](char32_t x) { return x != c; };
+    const unsigned int form = pick(3), step = reading ? pick(22) : pick(47);
     // Unrepaired bytes as a needle: with a bad byte among them they never
     // match in valid text, as U+00FF, which no text here holds, never does.
     const Model raw = b.clean ? b.repaired : Model(1, 0xFF);
     // A counted needle that the walk does not find finds nothing.
     const bool walked = n != npos && n <= b.beforeBad.size();
     const Model countedNeedle = b.beforeBad.substr(0, walked ? n : 0);
-    m_log << show(m_model) << ": needle " << show(needleModel) << ", s " << show(b.repaired) << ", pos " << pos
-          << ", n " << n << ", pos2 " << pos2 << ", n2 " << n2 << ", cp " << cp << '\n';
+    m_log << show(m_model) << ": source " << (self ? "self" : show(sourceModel)) << ", pos " << pos << ", n " << n
+          << ", pos2 " << pos2 << ", n2 " << n2 << ", cp " << cp << ", s " << show(b.repaired) << ", w "
+          << show(w.repaired) << ", iterators at " << i1 << ", " << i2 << ", form " << form << ", "
+          << (reading ? "read " : "edit ") << step << '\n';
 
-    switch (pick(25)) {
-    case 0: return READ(m_text.compare(pos, n, needle, pos2, n2), modelCompare(m, pos, n, needleModel, pos2, n2));
-    case 1: return READ(m_text.compare(pos, n, s, n2), modelCompare(m, pos, n, b.repaired, 0, n2));
-    case 2: // all three forms of the six relations
-        return READ(relations(m_text, needle) | relations(m_text, s) << 6 | relations(s, m_text) << 12,
-                    relations(m, needleModel) | relations(m, b.repaired) << 6 | relations(b.repaired, m) << 12);
-    case 3: return EDIT(m_text = m_text.substr(pos, n), m = part(m, pos, n));
-    case 4: return READ(m_text.find(needle, pos), modelFind(m, needleModel, pos));
-    case 5: return READ(m_text.rfind(needle, pos), modelRfind(m, needleModel, pos));
-    case 6: return READ(m_text.find(s, pos, n), walked ? modelFind(m, countedNeedle, pos) : npos);
-    case 7: return READ(m_text.rfind(s, pos, n), walked ? modelRfind(m, countedNeedle, pos) : npos);
-    case 8: return READ(m_text.find(s, pos), modelFind(m, raw, pos));
-    case 9: return READ(m_text.rfind(s, pos), modelRfind(m, raw, pos));
-    case 10: // the code-point forms of find_first_of and find_last_of are find and rfind
-        return READ(m_text.find(cp, pos), isValid(c) ? modelFind(m, Model(1, c), pos) : invalid());
-    case 11: return READ(m_text.find_first_of(cp, pos), isValid(c) ? modelFind(m, Model(1, c), pos) : invalid());
-    case 12: return READ(m_text.rfind(cp, pos), isValid(c) ? modelRfind(m, Model(1, c), pos) : invalid());
-    case 13: return READ(m_text.find_last_of(cp, pos), isValid(c) ? modelRfind(m, Model(1, c), pos) : invalid());
-    case 14: return READ(m_text.find_first_of(needle, pos), scanForward(m, pos, inSet(needleModel)));
-    case 15: return READ(m_text.find_last_of(needle, pos), scanBackward(m, pos, inSet(needleModel)));
-    case 16: return READ(m_text.find_first_not_of(needle, pos), scanForward(m, pos, notInSet(needleModel)));
-    case 17: return READ(m_text.find_last_not_of(needle, pos), scanBackward(m, pos, notInSet(needleModel)));
-    case 18: return READ(m_text.find_first_of(s, pos, n), scanForward(m, pos, inSet(counted(b, n))));
-    case 19: return READ(m_text.find_last_not_of(s, pos, n), scanBackward(m, pos, notInSet(counted(b, n))));
-    case 20: return READ(m_text.find_last_of(s, pos), scanBackward(m, pos, inSet(b.repaired)));
-    case 21: return READ(m_text.find_first_not_of(s, pos), scanForward(m, pos, notInSet(b.repaired)));
-    case 22: return READ(m_text.find_first_not_of(cp, pos), scanForward(m, pos, isNot));
-    case 23: return READ(m_text.find_last_not_of(cp, pos), scanBackward(m, pos, isNot));
-    default: // at() and [] are one operation
-        return READ(n % 2 ? m_text[pos] : m_text.at(pos),
-                    pos < m.size() ? static_cast<long long>(m[pos]) : (refuse(badPosition), 0));
+    if (reading)
+        switch (step) {
+        case 0: return READ(m_text.compare(pos, n, source, pos2, n2), modelCompare(m, pos, n, sourceModel, pos2, n2));
+        case 1: return READ(m_text.compare(pos, n, s, n2), modelCompare(m, pos, n, b.repaired, 0, n2));
+        case 2: // all three forms of the six relations
+            return READ(relations(m_text, source) | relations(m_text, s) << 6 | relations(s, m_text) << 12,
+                        relations(m, sourceModel) | relations(m, b.repaired) << 6 | relations(b.repaired, m) << 12);
+        case 3: return EDIT(m_text = m_text.substr(pos, n), m = part(m, pos, n));
+        case 4: return READ(m_text.find(source, pos), modelFind(m, sourceModel, pos));
+        case 5: return READ(m_text.rfind(source, pos), modelFind(m, sourceModel, pos, true));
+        case 6: return READ(m_text.find(s, pos, n), walked ? modelFind(m, countedNeedle, pos) : npos);
+        case 7: return READ(m_text.rfind(s, pos, n), walked ? modelFind(m, countedNeedle, pos, true) : npos);
+        case 8: return READ(m_text.find(s, pos), modelFind(m, raw, pos));
+        case 9: return READ(m_text.rfind(s, pos), modelFind(m, raw, pos, true));
+        case 10: // the code-point forms of find_first_of and find_last_of are find and rfind
+            return READ(form == 0 ? m_text.find(cp, pos) : m_text.find_first_of(cp, pos),
+                        isValid(c) ? modelFind(m, Model(1, c), pos) : invalid());
+        case 11:
+            return READ(form == 0 ? m_text.rfind(cp, pos) : m_text.find_last_of(cp, pos),
+                        isValid(c) ? modelFind(m, Model(1, c), pos, true) : invalid());
+        case 12: return READ(m_text.find_first_of(source, pos), scan(m, pos, in(sourceModel)));
+        case 13: return READ(m_text.find_last_of(source, pos), scan(m, pos, in(sourceModel), true));
+        case 14: return READ(m_text.find_first_not_of(source, pos), scan(m, pos, in(sourceModel, false)));
+        case 15: return READ(m_text.find_last_not_of(source, pos), scan(m, pos, in(sourceModel, false), true));
+        case 16: return READ(m_text.find_first_of(s, pos, n), scan(m, pos, in(counted(b, n))));
+        case 17: return READ(m_text.find_last_not_of(s, pos, n), scan(m, pos, in(counted(b, n), false), true));
+        case 18: return READ(m_text.find_last_of(s, pos), scan(m, pos, in(b.repaired), true));
+        case 19: return READ(m_text.find_first_not_of(s, pos), scan(m, pos, in(b.repaired, false)));
+        case 20: // the other code point
+            return READ(form == 0 ? m_text.find_first_not_of(cp, pos) : m_text.find_last_not_of(cp, pos),
+                        scan(m, pos, in(Model(1, c), false), form != 0));
+        default: // at() and [] are one operation
+            return READ(form == 0 ? m_text[pos] : m_text.at(pos),
+                        pos < m.size() ? static_cast<long long>(m[pos]) : (refuse(badPosition), 0));
+        }
+
+    if (step < 20) { // append, assign, insert(pos, ...), replace(pos, n, ...), construct: four sources that all take
+        const unsigned int op = step / 4;
+        const auto to = [&](auto&&... a) -> Utf8String& {
+            return op == 0 ? m_text.append(a...) : op == 1 ? m_text.assign(a...) : op == 2 ? m_text.insert(pos, a...)
+                 : op == 3 ? m_text.replace(pos, n, a...) : (m_text = Utf8String(a...));
+        };
+        const unsigned int at = op == 0 ? static_cast<unsigned int>(size) : op == 2 || op == 3 ? pos : 0;
+        const unsigned int cut = op == 1 || op == 4 ? npos : op == 3 ? n : 0;
+        switch (step % 4) {
+        case 0: return EDIT(to(source), splice(m, at, cut, [&] { return sourceModel; }));
+        case 1: return EDIT(to(source, pos2, n2), splice(m, at, cut, [&] { return part(sourceModel, pos2, n2); }));
+        case 2: return EDIT(to(s, n2), splice(m, at, cut, [&] { return counted(b, n2); }));
+        default: // the code points are made before the target is looked at
+            return EDIT(to(n2, cp), splice(m, at, cut, [with = repeated(n2, c, op == 0)] { return with; }));
+        }
+    }
+    switch (step) {
+    case 20: return EDIT(m_text.append(w.bytes), m += w.repaired);
+    case 21: return EDIT(form == 0 ? m_text.append(s) : (m_text += s), m += b.repaired);
+    case 22: return EDIT(form == 0 ? m_text.push_back(cp) : void(m_text += cp), m += repeated(1, c));
+    case 23: return EDIT(m_text.append(iteratorAt(i1), iteratorAt(i2)), m += range);
+    case 24: return EDIT(m_text = source, m = sourceModel);
+    case 25: // the repairing forms
+        return EDIT(form == 0 ? m_text.assign(s) : form == 1 ? (m_text = s) : (m_text = Utf8String(s)), m = b.repaired);
+    case 26:
+        return EDIT(form == 0 ? m_text.assign(w.bytes) : form == 1 ? (m_text = w.bytes) : (m_text = Utf8String(w.bytes)),
+                    m = w.repaired);
+    case 27: return EDIT(m_text.assign(iteratorAt(i1), iteratorAt(i2)), m = range);
+    case 28: // unexamined bytes: only valid ones, so that the text stays readable
+        return EDIT(m_text.insert(pos, encode(b.beforeBad).c_str()), splice(m, pos, 0, [&] { return b.beforeBad; }));
+    case 29: return READ(positionOf(m_text.insert(iteratorAt(i1), cp)), isValid(c) ? (m.insert(i1, 1, c), i1) : invalid());
+    case 30: return EDIT(m_text.insert(iteratorAt(i1), n, cp), m.insert(i1, repeated(n, c)));
+    case 31: return EDIT(m_text.insert(m_text.begin(), iteratorAt(i1), iteratorAt(i2)), m.insert(0, range));
+    case 32: return EDIT(m_text.erase(pos, n), splice(m, pos, n, [] { return Model(); }));
+    case 33:
+        return READ(positionOf(m_text.erase(iteratorAt(i1))),
+                    i1 < m.size() ? (m.erase(i1, 1), i1) : (refuse("utf8::not_enough_room: Not enough space"), 0));
+    case 34: return READ(positionOf(m_text.erase(iteratorAt(i1), iteratorAt(i2))), (m.erase(i1, i2 - i1), i1));
+    case 35: return EDIT(m_text.replace(pos, n, s), splice(m, pos, n, [&] { return b.repaired; }));
+    case 36: return EDIT(m_text.replace(iteratorAt(i1), iteratorAt(i2), source), m.replace(i1, i2 - i1, sourceModel));
+    case 37: return EDIT(m_text.replace(iteratorAt(i1), iteratorAt(i2), s, n), m.replace(i1, i2 - i1, counted(b, n)));
+    case 38:
+        return EDIT(m_text.replace(iteratorAt(i1), iteratorAt(i2), n2, cp), m.replace(i1, i2 - i1, repeated(n2, c)));
+    case 39: // all five forms of operator+
+        return EDIT(m_text = s + (cp + source) + source + cp + s,
+                    m = b.repaired + repeated(1, c) + sourceModel + sourceModel + repeated(1, c) + b.repaired);
+    case 40: return EDIT(m_text = Utf8String(iteratorAt(i1), iteratorAt(i2)), m = range);
+    case 41: return EDIT(m_text = cp, m = repeated(1, c));
+    case 42: return EDIT(m_text.resize(pos, cp), resized(m, pos, c));
+    case 43: return EDIT(m_text.clear(), m.clear());
+    case 44: return EDIT(m_text.swap(source), m = sourceModel);
+    case 45: // the copied bytes, with nothing written behind them, become the text
+        return READ(copyOut(n, pos), static_cast<long long>(encode(m = part(m, pos, n)).size()));
+    default: { // the mark of byte order, only ever in front
+        const bool marked = !m_model.empty() && m_model[0] == 0xFEFF;
+        return form == 0 ? READ(m_text.addBOM(), !marked && (m.insert(0, 1, 0xFEFF), true))
+                         : READ(m_text.purgeBOM(), marked && (m.erase(0, 1), true));
+    }
     }
 }
 
@@ -470,7 +400,7 @@ std::string runScript(Choices& choices, unsigned int steps)
     Script script(choices);
     for (unsigned int i = 0; i < steps && !choices.exhausted(); ++i)
         if (!script.step())
-            return script.history();
+            return script.m_log.str();
     return std::string();
 }
 

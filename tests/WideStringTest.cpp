@@ -41,18 +41,15 @@ TEST(WideString, InPlaceEdits)
 {
     std::wstring id(L"id"), text(L" \t\r\na b\t"), left(L" x "), right(L" x "), doubled(L"aXa");
     EXPECT_TRUE(&(id + -5) == &id && &trim(text) == &text && &replaceIn(doubled, L"a", L"aa") == &doubled);
-    EXPECT_EQ(id, L"id-5");
-    EXPECT_EQ(text, L"a b");
+    // What replaceIn puts in is not searched again; trim of a constant works on a copy.
+    EXPECT_TRUE(id == L"id-5" && text == L"a b" && doubled == L"aaXaa");
     EXPECT_EQ(trimLeft(left) + trimRight(right), L"x  x");
-    EXPECT_EQ(doubled, L"aaXaa"); // what went in is not searched again
     const std::wstring original(L" x ");
-    EXPECT_EQ(trim(original), L"x");
-    EXPECT_EQ(original, L" x ");
+    EXPECT_TRUE(trim(original) == L"x" && original == L" x ");
     for (const wchar_t* blank : {L"", L" \t\r\n\v\f"})
         EXPECT_EQ(trim(std::wstring(blank)), L"");
     text = L"abab";
     EXPECT_EQ(replaceIn(text, L"", L"z"), L"abab");
-    EXPECT_EQ(replaceIn(text, L"q", L"z"), L"abab");
     EXPECT_EQ(replaceIn(text, L"b", L""), L"aa");
 }
 
@@ -85,10 +82,8 @@ TEST(Tokenizer, RunsOfDelimitersGiveNoEmptyTokensAndEachCallMayHaveItsOwnSet)
 
     // A set given to one call starts from the delimiter that ended the token.
     Tokenizer tokenizer(L"a,b c d");
-    ASSERT_TRUE(tokenizer.nextToken(L","));
-    EXPECT_EQ(tokenizer.getToken(), L"a");
-    ASSERT_TRUE(tokenizer.nextToken(L" "));
-    EXPECT_EQ(tokenizer.getToken(), L",b");
+    ASSERT_TRUE(tokenizer.nextToken(L",") && tokenizer.getToken() == L"a");
+    ASSERT_TRUE(tokenizer.nextToken(L" ") && tokenizer.getToken() == L",b");
     // The stored set again, and a copy goes on independently.
     ASSERT_TRUE(tokenizer.nextToken());
     Tokenizer copy(tokenizer);
