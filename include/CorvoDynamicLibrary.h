@@ -35,8 +35,8 @@ public:
     /// on Windows the program's directory first, on Linux dlopen's rules
     /// (LD_LIBRARY_PATH, the loader's cache), so give a path there. A load
     /// over a loaded object replaces the handle and keeps the earlier library
-    /// in the process. Logs "Loading [<name>]" at LogDebug, before trying.
-    /// Throws Exception "Error occurred when trying to load [<name>]".
+    /// in the process. Logs "Loading [NAME]" at LogDebug, before trying.
+    /// Throws Exception "Error occurred when trying to load [NAME]".
     void load(const std::string& name);
     /// Gives the library back. Throws Exception "Error occurred when trying
     /// to unload a dynamic library" when nothing is loaded or the platform
@@ -44,7 +44,7 @@ public:
     void unload();
     /// The address of the symbol; null when the library has no such symbol.
     /// Throws Exception "Library is not loaded and the system cannot
-    /// retrieve the [<name>] symbol" when nothing is loaded.
+    /// retrieve the [NAME] symbol" when nothing is loaded.
     void* getSymbol(const std::string& name) const;
 
 private:

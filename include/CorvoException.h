@@ -34,8 +34,8 @@ public:
     Exception& operator=(const Exception& other);
     virtual ~Exception();
 
-    /// The report as four lines, "Reason:\t  <reason>\nFile:\t  <file>\n"
-    /// "Function: <function>\nLine:\t  <line>".
+    /// The report, four lines that start "Reason:", "File:", "Function:"
+    /// and "Line:", their values aligned by a tab and blanks.
     std::string getDescription() const;
 
 private:

@@ -55,7 +55,7 @@ public:
     /// "FileStream64 write failure" when fewer bytes went out, "FileStream
     /// failure" when the platform reported an error.
     bool write(const Packet_T<char>& packet);
-    /// As write(const Packet_T<char>&), with "FileStream64 failure" for the
+    /// As the packet write, with "FileStream64 failure" for the
     /// platform's error; throws Exception "Input buffer is null" for a null
     /// buffer.
     bool write(const char* buffer, unsigned int size);

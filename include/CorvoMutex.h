@@ -17,7 +17,7 @@ namespace Corvo {
 /// next thread to wait gets it, owned, and acquire throws "Cannot acquire
 /// Mutex!" (try_acquire answers false). That thread owns the mutex all the
 /// same and must release it. On Linux a named mutex lives in /dev/shm
-/// (`corvo.<name>`) until the last handle to it in any process goes, also
+/// (`corvo.NAME`) until the last handle to it in any process goes, also
 /// when those processes were killed.
 class CORVO_API Win32Mutex
 {

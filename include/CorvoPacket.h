@@ -26,7 +26,7 @@ namespace detail {
 #define CORVO_PACKET_RAISE(reason) \
     ::Vesk::Corvo::detail::raisePacketFailure((reason), "include/CorvoPacket.h", __PRETTY_FUNCTION__, __LINE__)
 
-/// An owning block of size elements of T (Packet_T<char> in the library).
+/// An owning block of size elements of T (`Packet_T<char>` in the library).
 /// Failures throw Exception naming include/CorvoPacket.h; nothing is logged.
 template <typename T>
 class Packet_T
