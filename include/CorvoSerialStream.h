@@ -100,6 +100,7 @@ public:
     /// "Win32SerialStream::write(): Failed to write !".
     bool write(const Packet_T<char>& packet);
     /// Does nothing but log.
+    void setProperty();
 
 private:
     static const unsigned long COMM_IN_QUEUE_SIZE;

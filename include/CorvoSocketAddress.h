@@ -27,12 +27,13 @@ struct SocketAddress
     unsigned short port;
 };
 
-/// The transport. Every int is a value of the type, so that any other value
-/// reaches the socket and is refused there.
+/// The transport: UDP for datagrams, TCP for a stream connection. Every int
+/// is a value of the type, so that any other value reaches the socket and is
+/// refused there.
 enum Protocol : int
 {
-    UDP = 1, ///< Datagrams.
-    TCP = 2  ///< A stream connection.
+    UDP = 1,
+    TCP = 2
 };
 
 /// A datagram with its address. Copies are deep: packet first, then address.
