@@ -28,6 +28,7 @@ public:
 
     /// The report, four lines that start "Reason:", "File:", "Function:"
     /// and "Line:", their values aligned by tabs.
+    std::string getMessage() const;
 
 private:
     std::string m_message;
