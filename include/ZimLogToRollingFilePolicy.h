@@ -22,14 +22,15 @@ namespace Zim {
 /// "A log policy with name [file] already exists within the system", and
 /// Logger::logToFile switches whichever is held.
 ///
-/// Each line carries the thread, a record number counted from 0, the head
-/// and the text. A file rolls after the record that takes it past maxSize
-/// characters (heads and texts, not line ends), so no record is split; the
-/// numbers go round from 0 to maxFiles - 1, and at most maxFiles files are
-/// kept, read-only and hidden ones included (on Linux: no write bit, or a
-/// name that starts with a dot). Nothing is reported for a file problem: a
-/// directory that is missing or cannot be written (it is not created) loses
-/// every record, silently, until a roll opens a file that works.
+/// Each line carries the thread, a record number counted from 0 over the
+/// policy's life, the head and the text. A file rolls after the record that
+/// takes it past maxSize characters (heads and texts, not line ends), so no
+/// record is split; the numbers go round from 0 to maxFiles - 1, and at most
+/// maxFiles files are kept, read-only and hidden ones included (on Linux: no
+/// write bit, or a name that starts with a dot). Nothing is reported for a
+/// file problem: a directory that is missing or cannot be written (it is not
+/// created) loses every record, silently, until a roll opens a file that
+/// works.
 class CORVO_API LogToRollingFilePolicy : public LogPolicy
 {
 public:

@@ -45,8 +45,8 @@ enum LogLevel : int
 ///   default filter level is LogDebug, so they reach the application's
 ///   policies and can crowd its rolling files. Set the filter level to
 ///   LogFlow or above (setLogFilterLevel, or build the Logger first with
-///   that level) to keep them out. Win32FileStream64::open logs at LogInfo,
-///   and StackTracer at LogTrace.
+///   that level) to keep them out. Win32FileStream64::open logs at LogInfo
+///   and StackTracer at LogTrace, which pass only lower filter levels.
 ///
 /// A record line reads `<thread> - <yyyy/mm/dd hh:mm:ss> [[LEVEL]tag] text`,
 /// in local time. Records and policy changes are serialised by one lock; a
