@@ -50,6 +50,7 @@ enum DriveType
 class DriveVisitor
 {
 public:
+    /// A visitor of the application's may be deleted through this base.
     virtual ~DriveVisitor() {}
     /// One drive, for Win32DriveEnumerator::enumerate(false).
     virtual void visitPrimary(std::string rootPath, DriveType type) = 0;

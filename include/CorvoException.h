@@ -32,6 +32,7 @@ public:
     Exception(const Exception& other);
     /// Copies the report.
     Exception& operator=(const Exception& other);
+    /// Descendants are caught by this root.
     virtual ~Exception();
 
     /// The report, four lines that start "Reason:", "File:", "Function:"

@@ -19,6 +19,7 @@ namespace Corvo {
 class CORVO_API Win32LocaleConverter
 {
 public:
+    /// The class holds nothing; its functions are static.
     virtual ~Win32LocaleConverter();
 
     /// The ANSI text as UTF-8.

@@ -19,6 +19,7 @@ class CORVO_API Win32SocketErrorDictionary
 public:
     /// Fills the table.
     Win32SocketErrorDictionary();
+    /// Frees the table.
     ~Win32SocketErrorDictionary();
 
     /// "WSAETIMEDOUT [10060]" for a known code, "Unknown Error Code: [0]"

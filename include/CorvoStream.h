@@ -34,6 +34,7 @@ public:
     Stream(const Stream& other);
     /// Copies nothing.
     Stream& operator=(const Stream& other);
+    /// A derived stream may be deleted through this base.
     virtual ~Stream();
 
     /// \name What a derived stream must provide

@@ -21,6 +21,7 @@ public:
     /// Runs command and waits for its end. Throws Exception "Error: The
     /// command processor is not available on this system.".
     explicit Win32SystemCommand(const std::string& command);
+    /// Nothing to release: the command has ended.
     virtual ~Win32SystemCommand();
 };
 

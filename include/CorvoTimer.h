@@ -28,6 +28,7 @@ class CORVO_API Win32Timer
 public:
     /// Starts at once: a fresh timer has a valid start.
     Win32Timer();
+    /// Nothing to release.
     virtual ~Win32Timer();
 
     /// Reads the counter as the start.

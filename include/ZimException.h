@@ -24,6 +24,7 @@ public:
     Exception(const Exception& other);
     /// Copies the report.
     Exception& operator=(const Exception& other);
+    /// Nothing to release.
     virtual ~Exception();
 
     /// The report, four lines that start "Reason:", "File:", "Function:"
