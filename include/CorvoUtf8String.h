@@ -42,10 +42,13 @@ CORVO_API std::string validateUtf8(const std::string& str, bool strict);
 /// - a code point that is a surrogate or beyond U+10FFFF:
 ///   utf8::invalid_code_point;
 /// - a count of npos copies of a code point in the constructor and assign:
-///   StringEncodingException "Utf8String::npos not allowed here".
+///   StringEncodingException "Utf8String::npos not allowed here";
+/// - a null const char* with a count: StringEncodingException "null pointer
+///   detected".
 ///
 /// Bytes that are not valid UTF-8, given as const char* or std::string to a
-/// constructor, an assignment or an edit, become U+FFFD. Indexing walks from
+/// constructor, an assignment or an edit, become U+FFFD; the counted
+/// const char* forms refuse them instead, with std::length_error. Indexing walks from
 /// the start (no index is kept), so iterate rather than index in loops.
 class CORVO_API Utf8String
 {
