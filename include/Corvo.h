@@ -1,6 +1,18 @@
-// Everything Corvo offers, in one include.
+/// \file
+/// Everything Corvo offers, in one include.
 #ifndef CORVO_H
 #define CORVO_H
+
+/// \namespace Vesk
+/// Everything of the library.
+
+/// \namespace Vesk::Corvo
+/// The platform layer: classes with Win32 names for the services of the
+/// operating system, on Windows and on Linux, and the text helpers they use.
+
+/// \namespace Vesk::Zim
+/// The developer toolkit: the Logger and its policies, a stack tracer and a
+/// small runner of test suites.
 
 #include "CorvoBasicTypes.h"
 #include "CorvoConverter.h"

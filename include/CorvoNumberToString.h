@@ -1,5 +1,6 @@
-// numberToString: a number as narrow decimal text, the way a default
-// std::ostringstream writes it.
+/// \file
+/// numberToString: a number as narrow decimal text, the way a default
+/// std::ostringstream writes it.
 #ifndef CORVO_NUMBER_TO_STRING_H
 #define CORVO_NUMBER_TO_STRING_H
 
@@ -10,6 +11,8 @@
 namespace Vesk {
 namespace Corvo {
 
+/// The value as a default std::ostringstream writes it, except that the
+/// three char types print as numbers (65, not "A").
 template <typename T>
 std::string numberToString(const T& value)
 {

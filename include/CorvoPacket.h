@@ -1,6 +1,7 @@
-// Packet_T: a block of bytes that owns its memory, the unit that every
-// stream of the library reads and writes. Copies are deep; an empty packet
-// holds no allocation.
+/// \file
+/// Packet_T: a block of bytes that owns its memory, the unit that every
+/// stream of the library reads and writes. Copies are deep; an empty packet
+/// holds no allocation.
 #ifndef CORVO_PACKET_H
 #define CORVO_PACKET_H
 
@@ -25,11 +26,15 @@ namespace detail {
 #define CORVO_PACKET_RAISE(reason) \
     ::Vesk::Corvo::detail::raisePacketFailure((reason), "include/CorvoPacket.h", __PRETTY_FUNCTION__, __LINE__)
 
+/// An owning block of size elements of T (`Packet_T<char>` in the library).
+/// Failures throw Exception naming include/CorvoPacket.h; nothing is logged.
 template <typename T>
 class Packet_T
 {
 public:
-    // Size first. A size of 0 makes an empty packet whatever the pointer.
+    /// A copy of size elements at buffer; size first. A size of 0 makes an
+    /// empty packet whatever the pointer. Throws Exception "Input buffer
+    /// pointing to nullptr" for a null buffer with a size.
     Packet_T(unsigned int size, const T* buffer) : m_size(0), m_buffer(nullptr)
     {
         if (size != 0 && buffer == nullptr)
@@ -37,6 +42,9 @@ public:
         copyFrom(size, buffer);
     }
 
+    /// A deep copy. Throws Exception "Input buffer pointing to nullptr and
+    /// size != 0!" for a packet whose members were set to a size without a
+    /// buffer.
     Packet_T(const Packet_T<T>& other) : m_size(0), m_buffer(nullptr)
     {
         if (other.m_size != 0 && other.m_buffer == nullptr)
@@ -44,7 +52,8 @@ public:
         copyFrom(other.m_size, other.m_buffer);
     }
 
-    // A failed assignment leaves this packet as it was.
+    /// A deep copy, with the copy constructor's failure. A failed assignment
+    /// leaves this packet as it was.
     Packet_T<T>& operator=(const Packet_T<T>& other)
     {
         if (other.m_size != 0 && other.m_buffer == nullptr)
@@ -58,10 +67,13 @@ public:
         return *this;
     }
 
+    /// Frees the block.
     ~Packet_T() { delete[] m_buffer; }
 
     // Read directly by the streams of the library.
+    /// The number of elements.
     unsigned int m_size;
+    /// The elements, or null when empty; the packet owns them (new[]).
     T* m_buffer;
 
 private:

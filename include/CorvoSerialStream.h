@@ -1,7 +1,8 @@
-// Win32SerialStream: a serial port through the platform's communications
-// calls. open applies the line settings on top of the port's own, with flow
-// control off, and empties the queues; read waits for every byte asked
-// for; the port's time-outs are left as they are.
+/// \file
+/// Win32SerialStream: a serial port through the platform's communications
+/// calls. open applies the line settings on top of the port's own, with flow
+/// control off, and empties the queues; read waits for every byte asked
+/// for; the port's time-outs are left as they are.
 #ifndef CORVO_SERIAL_STREAM_H
 #define CORVO_SERIAL_STREAM_H
 
@@ -12,6 +13,8 @@
 
 namespace Vesk {
 namespace Corvo {
+
+/// The line rate in bits per second.
 
 // Each value is what it means: bits per second, a number of bits, the
 // platform's parity code, a number of stop bits.
@@ -32,6 +35,7 @@ enum Bps
     Bps460800 = 460800,
     Bps921600 = 921600
 };
+/// Data bits per character. A pseudo-terminal on Linux always has 8.
 
 enum DataBits
 {
@@ -40,6 +44,8 @@ enum DataBits
     DataBits7 = 7,
     DataBits8 = 8
 };
+/// Parity, by the platform's code. Mark and space need the kernel's CMSPAR
+/// on Linux; a pseudo-terminal always has none.
 
 enum Parity
 {
@@ -49,6 +55,7 @@ enum Parity
     ParityMark = 3,
     ParitySpace = 4
 };
+/// Stop bits per character.
 
 enum StopBits
 {
@@ -56,27 +63,43 @@ enum StopBits
     StopBits2 = 2
 };
 
+/// A serial port. Every failure throws SerialStreamException; every call
+/// logs one record at LogDebug (the Logger's default filter level).
+///
+/// On Linux the line is always raw. A pseudo-terminal keeps the rate and the
+/// stop bits but always has 8 data bits and no parity, whatever open asks.
+/// Under Wine, as on Windows, only COM1 to COM9 are known by their plain
+/// names.
 class CORVO_API Win32SerialStream
 {
 public:
+    /// No port.
     Win32SerialStream();
-    // Does not close the port: close does.
+    /// Does not close the port: close does.
     virtual ~Win32SerialStream();
 
     // A copy works on the same open port.
 
-    // port is what follows "COM": "3" opens COM3. On Linux COMn is
-    // /dev/ttyS<n-1>, and an absolute path ("/dev/ttyUSB0", "/dev/pts/3")
-    // opens that tty. A port that fails after it was opened stays open
-    // until close.
+    /// port is what follows "COM": "3" opens COM3. On Linux COMn is
+    /// `/dev/ttyS<n-1>`, and an absolute path ("/dev/ttyUSB0", "/dev/pts/3")
+    /// opens that tty. A port that fails after it was opened stays open
+    /// until close. Logs "Win32SerialStream::open( COMPORT, RATEBps,
+    /// DataBits:N, Parity: N, Stop bits:N )". Throws
+    /// SerialStreamException "Win32SerialStream::open(): " followed by
+    /// "Failed to open the port!", "Failed to get current port settings!",
+    /// "Failed to set port parameters!", "Failed to sert port mask!",
+    /// "Failed to set port FIFO size!" or "Failed to purge port !".
     void open(const std::string& port, Bps bps, DataBits dataBits, Parity parity, StopBits stopBits);
-    // Never fails, also when nothing is open.
+    /// Never fails, also when nothing is open.
     void close();
 
-    // Exactly size bytes: waits until all have arrived.
+    /// Exactly size bytes: waits until all have arrived. Throws
+    /// SerialStreamException "Win32SerialStream::read(): Failed to read !".
     Packet_T<char> read(unsigned int size);
-    // One platform write; true or a throw.
+    /// One platform write; true or a throw: SerialStreamException
+    /// "Win32SerialStream::write(): Failed to write !".
     bool write(const Packet_T<char>& packet);
+    /// Does nothing but log.
     void setProperty();
 
 private:

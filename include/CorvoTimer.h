@@ -1,5 +1,6 @@
-// A stopwatch on the platform's high-resolution counter, which also reads
-// the time of day.
+/// \file
+/// A stopwatch on the platform's high-resolution counter, which also reads
+/// the time of day.
 #ifndef CORVO_TIMER_H
 #define CORVO_TIMER_H
 
@@ -8,8 +9,8 @@
 namespace Vesk {
 namespace Corvo {
 
-// The unit of a result. Any other value reads as seconds, so the type has a
-// fixed underlying type in which such values are well defined.
+/// The unit of a result. Any other value reads as seconds, so the type has a
+/// fixed underlying type in which such values are well defined.
 enum TimerRes : int
 {
     RES_SECONDS = 0,
@@ -20,20 +21,25 @@ enum TimerRes : int
     RES_NANOSECONDS = 5
 };
 
+/// A stopwatch; copies keep their readings. Nothing throws and nothing is
+/// logged. On Linux the counter is the monotonic clock, in nanoseconds.
 class CORVO_API Win32Timer
 {
 public:
-    // Starts at once: a fresh timer has a valid start.
+    /// Starts at once: a fresh timer has a valid start.
     Win32Timer();
+    /// Nothing to release.
     virtual ~Win32Timer();
 
+    /// Reads the counter as the start.
     void start();
+    /// Reads the counter as the stop.
     void stop();
-    // From start to stop; negative when stop came first.
+    /// From start to stop; negative when stop came first.
     double elapsed(TimerRes resolution);
-    // From start to now; nothing is stored.
+    /// From start to now; nothing is stored.
     double current(TimerRes resolution);
-    // The time of day in UTC, from midnight, to the millisecond.
+    /// The time of day in UTC, from midnight, to the millisecond.
     double system(TimerRes resolution);
 
 private:

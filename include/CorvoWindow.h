@@ -1,5 +1,6 @@
-// A top-level window on the desktop, with its message pump, and the handle
-// types of the window and OpenGL classes.
+/// \file
+/// A top-level window on the desktop, with its message pump, and the handle
+/// types of the window and OpenGL classes.
 #ifndef CORVO_WINDOW_H
 #define CORVO_WINDOW_H
 
@@ -8,8 +9,9 @@
 
 #include <string>
 
-// The calling convention of window procedures (it differs from the default
-// only on 32-bit Windows).
+/// \def CORVO_CALLBACK
+/// The calling convention of window procedures (it differs from the default
+/// only on 32-bit Windows).
 #if defined(_WIN32) && !defined(_WIN64)
 #  define CORVO_CALLBACK __stdcall
 #else
@@ -19,37 +21,52 @@
 namespace Vesk {
 namespace Corvo {
 
-// The platform's handles, opaque to applications: a window (HWND), its
-// device context (HDC) and an OpenGL rendering context (HGLRC).
+/// The platform's handles, opaque to applications: a window (HWND), its
+/// device context (HDC) and an OpenGL rendering context (HGLRC).
+///@{
 typedef void* WindowHandle;
 typedef void* DeviceContextHandle;
 typedef void* RenderContextHandle;
+///@}
 
+/// A top-level window. Only create throws; nothing is logged.
+///
+/// On Linux a window is an X window on $DISPLAY (Xlib), and the library
+/// links libX11 and libGL. The window's X size is the client area: the outer
+/// size given to create less the frame that Windows would draw (12 pixels
+/// across, 32 down). The window manager's close button arrives as WM_CLOSE.
 class CORVO_API Win32Window
 {
 public:
-    // Names the given handle; creates nothing.
+    /// Names the given handle; creates nothing.
     explicit Win32Window(WindowHandle display);
-    // Leaves the window as it is: only destroy ends it.
+    /// Leaves the window as it is: only destroy ends it.
     virtual ~Win32Window();
 
-    // Registers a window class named by the title and creates a hidden
-    // overlapped window with that caption. width and height are the outer
-    // size, frame included. A title already registered in this process is
-    // refused.
+    /// Registers a window class named by the title and creates a hidden
+    /// overlapped window with that caption. width and height are the outer
+    /// size, frame included. A title already registered in this process is
+    /// refused. Throws Exception "Win32Window::Exception: error registering
+    /// the class [TITLE]", or "Win32Window::Exception: error creating the
+    /// window".
     void create(const long& width, const long& height, std::string title);
+    /// Destroys the window, which posts the quit message.
     void destroy();
+    /// Shows the window and has it painted.
     void show();
+    /// Hides the window.
     void hide();
 
-    // Pumps the calling thread's messages without waiting: once, or until a
-    // quit or close message has gone through. True when one did.
+    /// Pumps the calling thread's messages without waiting: once, or until a
+    /// quit or close message has gone through (spinning meanwhile). True when
+    /// one did.
     bool capture(bool once);
 
+    /// The window's handle.
     WindowHandle getDisplay() const;
 
-    // The window procedure of every class that create registers: a close
-    // destroys the window, and its destruction posts the quit message.
+    /// The window procedure of every class that create registers: a close
+    /// destroys the window, and its destruction posts the quit message.
     static SIntPtr_t CORVO_CALLBACK WndProc(WindowHandle window, unsigned int message,
                                             IntPtr_t wParam, SIntPtr_t lParam);
 

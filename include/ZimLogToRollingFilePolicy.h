@@ -1,6 +1,7 @@
-// LogToRollingFilePolicy: records in a numbered series of files in one
-// directory, moving to the next number when a file has taken more than a
-// set number of characters, and keeping a set number of files.
+/// \file
+/// LogToRollingFilePolicy: records in a numbered series of files in one
+/// directory, moving to the next number when a file has taken more than a
+/// set number of characters, and keeping a set number of files.
 #ifndef ZIM_LOG_TO_ROLLING_FILE_POLICY_H
 #define ZIM_LOG_TO_ROLLING_FILE_POLICY_H
 
@@ -14,19 +15,42 @@
 namespace Vesk {
 namespace Zim {
 
+/// A numbered series of log files in one directory.
+///
+/// Its policy name is "file", as LogToFilePolicy's: Logger::addPolicy
+/// refuses the second of the two in the same state with Vesk::Zim::Exception
+/// "A log policy with name [file] already exists within the system", and
+/// Logger::logToFile switches whichever is held.
+///
+/// Each line carries the thread, a record number counted from 0 over the
+/// policy's life, the head and the text. A file rolls after the record that
+/// takes it past maxSize characters (heads and texts, not line ends), so no
+/// record is split; the numbers go round from 0 to maxFiles - 1, and at most
+/// maxFiles files are kept, read-only and hidden ones included (on Linux: no
+/// write bit, or a name that starts with a dot). Nothing is reported for a
+/// file problem: a directory that is missing or cannot be written (it is not
+/// created) loses every record, silently, until a roll opens a file that
+/// works.
 class CORVO_API LogToRollingFilePolicy : public LogPolicy
 {
 public:
-    // nameFormat prints and scans a file name with one conversion of an
-    // unsigned short, such as "app-%hu.log". The series goes on after the
-    // files of an earlier run, always in a new file. A maxFiles of 0 counts
-    // as 1.
+    /// nameFormat prints and scans a file name with one conversion of an
+    /// unsigned short, such as "app-%hu.log"; a pattern with any other
+    /// conversion is refused, and the constructor throws. A name without a
+    /// number ("app.log") is one file: it replaces the last run's file at
+    /// start, and is emptied at each roll. The series goes on after the files
+    /// of an earlier run, always in a new file (the one after the last number
+    /// found, by the names' byte order). A maxFiles of 0 counts as 1.
     LogToRollingFilePolicy(const std::string& directory, const std::string& nameFormat,
                            unsigned short maxFiles, unsigned long long maxSize);
     virtual ~LogToRollingFilePolicy();
 
+    /// One line, in the file when the call returns; wide text as UTF-8. Not
+    /// guarded: called through the Logger, which holds its lock.
+    ///@{
     virtual void log(const std::string& head, const std::wstring& text);
     virtual void log(const std::string& head, const std::string& text);
+    ///@}
 
 private:
     LogToRollingFilePolicy(const LogToRollingFilePolicy&);
