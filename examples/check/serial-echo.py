@@ -1,0 +1,53 @@
+#!/usr/bin/env python3
+# serial-echo.py [--link PATH --port N] -- COMMAND...
+# Opens a pseudo-terminal pair, runs COMMAND with the port of its slave end
+# (the slave's path, or N when PATH, Wine's dosdevices/comN, is linked to
+# it), sends lines through the master end and checks that each comes back.
+import os, select, subprocess, sys, time
+
+args = sys.argv[1:]
+split = args.index('--')
+options, command = dict(zip(args[:split:2], args[1:split:2])), args[split + 1:]
+deadline = time.monotonic() + 60
+
+master, slave = os.openpty()
+port = os.ttyname(slave)
+if '--link' in options:
+    link = options['--link']
+    os.makedirs(os.path.dirname(link), exist_ok=True)
+    if os.path.lexists(link):
+        os.remove(link)
+    os.symlink(port, link)
+    port = options['--port']
+
+def fail(message):
+    child.kill()
+    sys.exit('serial-echo: ' + message)
+
+def read_until(stream, end):
+    data = b''
+    while not data.endswith(end):
+        ready, _, _ = select.select([stream], [], [], max(0, deadline - time.monotonic()))
+        if not ready:
+            fail('timed out with %r' % data)
+        chunk = os.read(stream, 256)
+        if not chunk:
+            fail('end of output after %r' % data)
+        data += chunk
+    return data
+
+child = subprocess.Popen(command + [port], stdout=subprocess.PIPE)
+output = b''
+while b'echoing on' not in output:
+    output += read_until(child.stdout.fileno(), b'\n')
+for line in (b'hello, port\n', 'caf\u00e9 \u20ac\n'.encode(), b'x' * 300 + b'\n', b'bye\n'):
+    os.write(master, line)
+    echo = read_until(master, b'\n')
+    if echo != line:
+        fail('sent %r, got back %r' % (line, echo))
+status = child.wait(max(1, deadline - time.monotonic()))
+if '--link' in options:
+    os.remove(options['--link'])
+if status != 0:
+    sys.exit('serial-echo: ended with status %d' % status)
+print('serial-echo: 4 lines echoed on ' + port)
