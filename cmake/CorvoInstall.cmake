@@ -22,6 +22,11 @@ if(WIN32 AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
       message(FATAL_ERROR "${CMAKE_CXX_COMPILER} does not know where ${dll} is")
     endif()
     install(FILES ${path} DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Runtime)
+    # The compiler's copies carry debug information (libstdc++-6.dll 23 MiB
+    # of it): --strip, and so the packages, drop it as for corvo.dll.
+    install(CODE "if(CMAKE_INSTALL_DO_STRIP)
+      execute_process(COMMAND \"${CMAKE_STRIP}\" \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/${dll}\")
+    endif()" COMPONENT Runtime)
   endforeach()
 endif()
 

@@ -3,14 +3,26 @@
 # Opens a pseudo-terminal pair, runs COMMAND with the port of its slave end
 # (the slave's path, or N when PATH, Wine's dosdevices/comN, is linked to
 # it), sends lines through the master end and checks that each comes back.
-import os, select, subprocess, sys, time
+import fcntl, os, select, subprocess, sys, termios, time
 
 args = sys.argv[1:]
 split = args.index('--')
 options, command = dict(zip(args[:split:2], args[1:split:2])), args[split + 1:]
 deadline = time.monotonic() + 60
 
+# The pty becomes this session's controlling terminal: else the first
+# session leader without one that opens it takes it (Wine's server does),
+# and gets SIGHUP when the master end closes.
+if os.getsid(0) != os.getpid():
+    try:
+        os.setsid()
+    except OSError: # a process group leader cannot; its child can
+        pid = os.fork()
+        if pid:
+            sys.exit(os.waitstatus_to_exitcode(os.waitpid(pid, 0)[1]))
+        os.setsid()
 master, slave = os.openpty()
+fcntl.ioctl(slave, termios.TIOCSCTTY, 0)
 port = os.ttyname(slave)
 if '--link' in options:
     link = options['--link']
