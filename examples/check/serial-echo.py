@@ -8,7 +8,6 @@ import fcntl, os, select, subprocess, sys, termios, time
 args = sys.argv[1:]
 split = args.index('--')
 options, command = dict(zip(args[:split:2], args[1:split:2])), args[split + 1:]
-deadline = time.monotonic() + 60
 
 # The pty becomes this session's controlling terminal: else the first
 # session leader without one that opens it takes it (Wine's server does),
@@ -21,12 +20,16 @@ if os.getsid(0) != os.getpid():
         if pid:
             sys.exit(os.waitstatus_to_exitcode(os.waitpid(pid, 0)[1]))
         os.setsid()
+# Wine makes its prefix on first use, but not over a directory that is
+# there already: without a port the program only prints its usage.
+if '--link' in options and not os.path.isdir(os.path.dirname(options['--link'])):
+    subprocess.run(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+deadline = time.monotonic() + 60
 master, slave = os.openpty()
 fcntl.ioctl(slave, termios.TIOCSCTTY, 0)
 port = os.ttyname(slave)
 if '--link' in options:
     link = options['--link']
-    os.makedirs(os.path.dirname(link), exist_ok=True)
     if os.path.lexists(link):
         os.remove(link)
     os.symlink(port, link)
