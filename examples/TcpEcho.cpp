@@ -3,8 +3,8 @@
 // a sample when none is named), checked and repaired as UTF-8 first, and
 // prints what came back with the round-trip time. Both sides log through
 // the Logger into a rolling series of files, whose directory is named at
-// the end.
-//   tcp-echo [FILE | -]
+// the end (the system's temporary directory unless --logs names one).
+//   tcp-echo [--logs DIRECTORY] [FILE | -]
 #include <Corvo.h>
 
 #include <chrono>
@@ -68,17 +68,17 @@ private:
     }
 };
 
-std::string readInput(int argc, char** argv)
+std::string readInput(const char* name)
 {
-    if (argc < 2)
+    if (!name)
         return sample;
     std::ostringstream text;
-    if (std::string(argv[1]) == "-") {
+    if (std::string(name) == "-") {
         text << std::cin.rdbuf();
     } else {
-        std::ifstream file(argv[1], std::ios::binary);
+        std::ifstream file(name, std::ios::binary);
         if (!file)
-            throw std::runtime_error(std::string("cannot read ") + argv[1]);
+            throw std::runtime_error(std::string("cannot read ") + name);
         text << file.rdbuf();
     }
     return text.str();
@@ -88,18 +88,26 @@ std::string readInput(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
+    const bool logsNamed = argc > 2 && std::string(argv[1]) == "--logs";
     const std::filesystem::path logDirectory =
-        std::filesystem::temp_directory_path() / "corvo-tcp-echo";
+        logsNamed ? std::filesystem::path(argv[2]) : std::filesystem::temp_directory_path() / "corvo-tcp-echo";
+    const char* inputName = argc > (logsNamed ? 3 : 1) ? argv[logsNamed ? 3 : 1] : nullptr;
+
+    // The filter passes records at its level and above. Built before any
+    // other use of the Logger, this one passes LogInfo, the lowest level, and
+    // so this program's records; the default, LogDebug, would drop them and
+    // keep only the library's own records of each socket call.
+    Logger logger(Vesk::Zim::LogInfo);
     std::filesystem::create_directories(logDirectory);
     Vesk::Zim::LogToRollingFilePolicy logFiles(logDirectory.string(), "tcp-echo-%hu.log", 5,
                                                1024 * 1024);
-    Logger::getSingleton().addPolicy(logFiles, true);
+    logger.addPolicy(logFiles, true);
 
     // The server lives as long as the process: after a failure its thread
     // may still wait for a client that never comes.
     EchoServer& server = *new EchoServer;
     try {
-        std::istringstream input(readInput(argc, argv));
+        std::istringstream input(readInput(inputName));
 
         const unsigned short port = listenOnLoopback(server.listener);
         server.start();
@@ -114,8 +122,7 @@ int main(int argc, char** argv)
             // Bad bytes become U+FFFD before the text goes out.
             const Utf8String text(line);
             const std::string bytes(text.c_str(), text.bytes());
-            Logger::getSingleton().log(Vesk::Zim::LogInfo, "tcp-echo",
-                                       "sending " + numberToString(text.size()) + " code points");
+            logger.log(Vesk::Zim::LogInfo, "tcp-echo", "sending " + numberToString(text.size()) + " code points");
 
             const auto start = std::chrono::steady_clock::now();
             client.send(Packet_T<char>(text.bytes(), bytes.data()));
@@ -138,7 +145,7 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "%s\n", e.what());
         return 1;
     }
-    Logger::getSingleton().disablePolicy(logFiles.getName());
+    logger.disablePolicy(logFiles.getName());
     std::printf("log records are in %s\n", logDirectory.string().c_str());
     return 0;
 }
