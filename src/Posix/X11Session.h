@@ -15,12 +15,17 @@ namespace Posix {
 
 // The connection to $DISPLAY, opened on first use and kept for the life of
 // the process; null when it cannot be opened. X errors don't end the
-// process: they are counted (see x11ErrorCount).
+// process: they are counted (see x11ErrorCount), and neither does the loss of
+// the server (see x11Lost).
 ::Display* x11Display();
 unsigned long x11ErrorCount();
 // Waits for the server to handle every request sent so far: true when none
 // of them raised an error since errorsBefore.
 bool x11Succeeded(unsigned long errorsBefore);
+
+// True once the server has gone: the connection stays open but does nothing,
+// and no window is usable any more.
+bool x11Lost();
 
 // Guards the layer's tables of windows, queues and contexts.
 std::mutex& x11Lock();
