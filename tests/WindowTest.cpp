@@ -105,8 +105,12 @@ TEST(Window, LivesFromCreateToTheCloseRequestAndOwnsItsTitle)
     EXPECT_TRUE(corvo_test::raisedAt<Exception>([&] { second.create(200, 100, title); },
                                                 "Win32Window::Exception: error registering the class [" + title + "]",
                                                 "src/Win32/Win32Window.cpp", "Vesk::Corvo::Win32Window::create"));
-#ifndef _WIN32
     // The caption reaches the server, where the window manager reads it.
+#ifdef _WIN32
+    wchar_t caption[64] = {};
+    GetWindowTextW(handle, caption, 64);
+    EXPECT_EQ(std::wstring(caption), std::wstring(title.begin(), title.end()));
+#else
     char* name = nullptr;
     ASSERT_NE(XFetchName(testDisplay(), xWindowOf(handle), &name), 0);
     EXPECT_STREQ(name, title.c_str());
