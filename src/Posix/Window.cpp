@@ -247,8 +247,6 @@ std::mutex& x11Lock() { return tables().lock; }
 
 X11Window* x11Window(HWND window) { return live(window); }
 
-bool x11Lost() { return lost; }
-
 } // namespace Posix
 } // namespace Corvo
 } // namespace Vesk
