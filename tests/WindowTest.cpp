@@ -4,6 +4,7 @@
 #include "CorvoPlatform.h"
 #include "CorvoWindow.h"
 #include "TestSupport.h"
+#include "WindowTestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -16,58 +17,49 @@
 #include <thread>
 
 #ifndef _WIN32
+#  include <GL/glx.h>
 #  include <X11/Xlib.h>
+#  include <X11/Xutil.h>
+#  include <fcntl.h>
+#  include <signal.h>
+#  include <spawn.h>
+#  include <sys/wait.h>
+#  include <unistd.h>
+
+#  include <cstring>
+#  include <vector>
+
+extern char** environ;
 #endif
 
 using Vesk::Corvo::Exception;
 using Vesk::Corvo::Win32GraphicalContext;
 using Vesk::Corvo::Win32Window;
+using corvo_test::freshTitle;
 
 namespace {
 
 #ifndef _WIN32
-// The test's own connection, as another client of the server would be.
-::Display* testDisplay()
+using corvo_test::testDisplay;
+
+::Window xWindowOf(Vesk::Corvo::WindowHandle window)
 {
-    static ::Display* display = std::getenv("DISPLAY") ? XOpenDisplay(nullptr) : nullptr;
-    return display;
+    return static_cast<::Window>(reinterpret_cast<std::uintptr_t>(window));
 }
 #endif
-
-bool haveDisplay()
-{
-#ifdef _WIN32
-    // Wine draws through X11 too; Windows itself always has a desktop.
-    return std::getenv("DISPLAY") != nullptr || !GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version");
-#else
-    return testDisplay() != nullptr;
-#endif
-}
-
-#define SKIP_WITHOUT_DISPLAY() \
-    if (!haveDisplay())         \
-    GTEST_SKIP() << "no X display: DISPLAY is unset or names no server (run the test through tests/with-xvfb)"
-
-// Window classes are never unregistered, so every window needs a title of
-// its own.
-std::string freshTitle(const std::string& base)
-{
-    static int count = 0;
-    return "Corvo " + base + " " + std::to_string(++count);
-}
 
 // What the user's click on the close box sends: the window manager's
-// WM_DELETE_WINDOW on X11 (a handle of the layer is the X window), WM_CLOSE
-// on Windows.
+// WM_DELETE_WINDOW on X11 (a handle of the layer is the X window), and on
+// Windows the system command, whose default handling sends WM_CLOSE.
 void requestClose(Vesk::Corvo::WindowHandle window)
 {
 #ifdef _WIN32
-    PostMessageW(static_cast<HWND>(window), WM_CLOSE, 0, 0);
+    PostMessageW(static_cast<HWND>(window), WM_SYSCOMMAND, SC_CLOSE, 0);
 #else
     ::Display* display = testDisplay();
     XEvent event = {};
     event.xclient.type = ClientMessage;
-    event.xclient.window = static_cast<::Window>(reinterpret_cast<std::uintptr_t>(window));
+    event.xclient.window = xWindowOf(window);
     event.xclient.message_type = XInternAtom(display, "WM_PROTOCOLS", False);
     event.xclient.format = 32;
     event.xclient.data.l[0] = static_cast<long>(XInternAtom(display, "WM_DELETE_WINDOW", False));
@@ -113,12 +105,24 @@ TEST(Window, LivesFromCreateToTheCloseRequestAndOwnsItsTitle)
     EXPECT_TRUE(corvo_test::raisedAt<Exception>([&] { second.create(200, 100, title); },
                                                 "Win32Window::Exception: error registering the class [" + title + "]",
                                                 "src/Win32/Win32Window.cpp", "Vesk::Corvo::Win32Window::create"));
+    // The caption reaches the server, where the window manager reads it.
+#ifdef _WIN32
+    wchar_t caption[64] = {};
+    GetWindowTextW(handle, caption, 64);
+    EXPECT_EQ(std::wstring(caption), std::wstring(title.begin(), title.end()));
+#else
+    char* name = nullptr;
+    ASSERT_NE(XFetchName(testDisplay(), xWindowOf(handle), &name), 0);
+    EXPECT_STREQ(name, title.c_str());
+    XFree(name);
+#endif
     EXPECT_TRUE(alive(handle));
+    // The close request destroys the window, whose destruction posts the
+    // quit message, and the same pump takes it: the next one finds nothing.
     requestClose(handle);
     EXPECT_TRUE(window.capture(false));
     EXPECT_FALSE(alive(handle));
-    // The destruction posted the quit message, which ends the next pump.
-    EXPECT_TRUE(window.capture(false));
+    EXPECT_FALSE(window.capture(true));
 }
 
 // Clears the current context's frame to the colour and reads a pixel of it
@@ -178,5 +182,192 @@ TEST(GraphicalContext, DrawsAndSharesWithTheFirstContext)
     EXPECT_FALSE(first->getDisplaySize(width, height));
     EXPECT_EQ(std::make_pair(width, height), std::make_pair(7ul, 7ul));
 }
+
+#ifndef _WIN32
+// Windows clears the thread's current context whoever made it current: here
+// a context that another part of the program made current with GLX, on a
+// connection of its own.
+TEST(GraphicalContext, ReleaseClearsAContextThatGlxMadeCurrent)
+{
+    SKIP_WITHOUT_DISPLAY();
+    Win32Window window(nullptr);
+    window.create(320, 240, freshTitle("foreign GL"));
+    auto context = std::make_unique<Win32GraphicalContext>(window.getDisplay());
+    ::Display* display = testDisplay();
+    XWindowAttributes attributes;
+    ASSERT_NE(XGetWindowAttributes(display, xWindowOf(window.getDisplay()), &attributes), 0);
+    XVisualInfo wanted = {};
+    wanted.visualid = XVisualIDFromVisual(attributes.visual);
+    int count = 0;
+    XVisualInfo* visual = XGetVisualInfo(display, VisualIDMask, &wanted, &count);
+    ASSERT_NE(visual, nullptr);
+    const GLXContext foreign = glXCreateContext(display, visual, nullptr, True);
+    XFree(visual);
+    ASSERT_NE(foreign, nullptr);
+    const auto makeForeignCurrent = [&] {
+        return glXMakeCurrent(display, xWindowOf(window.getDisplay()), foreign) && glXGetCurrentContext() == foreign;
+    };
+
+    ASSERT_TRUE(makeForeignCurrent());
+    context->release();
+    EXPECT_EQ(glXGetCurrentContext(), nullptr);
+    ASSERT_TRUE(makeForeignCurrent());
+    context.reset();
+    EXPECT_EQ(glXGetCurrentContext(), nullptr);
+    glXDestroyContext(display, foreign);
+    window.destroy();
+    EXPECT_TRUE(window.capture(false));
+}
+
+// A test that needs an X server of its own runs this program again as a
+// child on a private Xvfb; CORVO_TEST_CHILD tells the child, and names the
+// pipe on which it reports that it is ready.
+bool isChild() { return std::getenv("CORVO_TEST_CHILD") != nullptr; }
+
+void reportReady()
+{
+    const int pipe = std::atoi(std::getenv("CORVO_TEST_CHILD"));
+    ASSERT_EQ(write(pipe, "r", 1), 1);
+    close(pipe);
+}
+
+class PrivateXvfb
+{
+public:
+    // Xvfb with one screen ("640x480x16"); display() is empty when it
+    // could not start.
+    explicit PrivateXvfb(const char* screen)
+    {
+        int ends[2];
+        if (pipe(ends) != 0)
+            return;
+        const std::string fd = std::to_string(ends[1]);
+        const char* const argv[] = {"Xvfb", "-displayfd", fd.c_str(), "-screen", "0", screen, "-nolisten", "tcp", nullptr};
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_addclose(&actions, ends[0]);
+        posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
+        const bool started = posix_spawnp(&m_pid, "Xvfb", &actions, nullptr, const_cast<char**>(argv), environ) == 0;
+        posix_spawn_file_actions_destroy(&actions);
+        close(ends[1]);
+        // The number comes once the server accepts connections; the end of
+        // the pipe if it dies first.
+        std::string number;
+        char digit = 0;
+        while (started && read(ends[0], &digit, 1) == 1 && digit != '\n')
+            number += digit;
+        if (!number.empty() && digit == '\n')
+            m_display = ":" + number;
+        if (!started)
+            m_pid = -1;
+        close(ends[0]);
+    }
+    ~PrivateXvfb() { kill(); }
+    const std::string& display() const { return m_display; }
+    void kill()
+    {
+        if (m_pid > 0) {
+            ::kill(m_pid, SIGKILL);
+            waitpid(m_pid, nullptr, 0);
+        }
+        m_pid = -1;
+    }
+    // Runs this program's test of the given name as a child on the server;
+    // ready is the pipe end on which the child reports. Gives the child.
+    pid_t runChild(const std::string& test, int ready) const
+    {
+        std::vector<std::string> variables{"DISPLAY=" + m_display, "CORVO_TEST_CHILD=" + std::to_string(ready)};
+        for (char** variable = environ; *variable != nullptr; ++variable)
+            if (std::strncmp(*variable, "DISPLAY=", 8) != 0)
+                variables.push_back(*variable);
+        std::vector<char*> envp;
+        for (std::string& variable : variables)
+            envp.push_back(variable.data());
+        envp.push_back(nullptr);
+        const std::string filter = "--gtest_filter=" + test;
+        char program[] = "/proc/self/exe";
+        char* const argv[] = {program, const_cast<char*>(filter.c_str()), nullptr};
+        pid_t child = -1;
+        return posix_spawn(&child, program, nullptr, nullptr, argv, envp.data()) == 0 ? child : -1;
+    }
+
+private:
+    pid_t m_pid = -1;
+    std::string m_display;
+};
+
+#define SKIP_WITHOUT_XVFB(server) \
+    if ((server).display().empty()) \
+    GTEST_SKIP() << "Xvfb could not be started"
+
+int exitCodeOf(pid_t child)
+{
+    int status = 0;
+    return child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+// Windows' ChoosePixelFormat gives the closest format the display has: on a
+// 16-bit display, 5 and 6 bits for the 8 asked for.
+TEST(GraphicalContext, TakesTheClosestFormatOfA16BitDisplay)
+{
+    if (isChild()) {
+        Win32Window window(nullptr);
+        window.create(320, 240, freshTitle("16-bit"));
+        window.show();
+        Win32GraphicalContext context(window.getDisplay());
+        context.acquire();
+        EXPECT_EQ(clearAndRead(1.0f, 0.0f, 1.0f), 0xFF00FFu);
+        context.release();
+        window.destroy();
+        return;
+    }
+    PrivateXvfb server("640x480x16");
+    SKIP_WITHOUT_XVFB(server);
+    EXPECT_EQ(exitCodeOf(server.runChild("GraphicalContext.TakesTheClosestFormatOfA16BitDisplay", -1)), 0);
+}
+
+// The server going away must not end the program: its windows are destroyed
+// (which ends the pump), and the window and GL calls fail from then on.
+TEST(Window, OutlivesItsXServer)
+{
+    if (isChild()) {
+        Win32Window window(nullptr);
+        window.create(320, 240, freshTitle("lost"));
+        window.show();
+        const HWND handle = static_cast<HWND>(window.getDisplay());
+        Win32GraphicalContext context(handle);
+        context.acquire();
+        reportReady();
+        EXPECT_TRUE(window.capture(false));
+        EXPECT_FALSE(alive(handle));
+        EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_WINDOW_HANDLE));
+        unsigned long width = 0, height = 0;
+        EXPECT_FALSE(context.getDisplaySize(width, height));
+        EXPECT_TRUE(corvo_test::raisedAt<Exception>([&] { Win32GraphicalContext again(handle); },
+                                                    "Error trying to choose the Pixel Format",
+                                                    "src/Win32/Win32GraphicalContext.cpp",
+                                                    "Vesk::Corvo::Win32GraphicalContext::Win32GraphicalContext"));
+        Win32Window second(nullptr);
+        EXPECT_TRUE(corvo_test::raisedAt<Exception>([&] { second.create(200, 100, freshTitle("lost")); },
+                                                    "Win32Window::Exception: error creating the window",
+                                                    "src/Win32/Win32Window.cpp", "Vesk::Corvo::Win32Window::create"));
+        context.release();
+        EXPECT_FALSE(window.capture(true));
+        return;
+    }
+    PrivateXvfb server("640x480x24");
+    SKIP_WITHOUT_XVFB(server);
+    int ready[2];
+    ASSERT_EQ(pipe(ready), 0);
+    const pid_t child = server.runChild("Window.OutlivesItsXServer", ready[1]);
+    close(ready[1]);
+    char byte = 0;
+    const bool pumping = read(ready[0], &byte, 1) == 1;
+    close(ready[0]);
+    server.kill();
+    EXPECT_TRUE(pumping);
+    EXPECT_EQ(exitCodeOf(child), 0);
+}
+#endif
 
 } // namespace

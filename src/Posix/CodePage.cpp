@@ -11,6 +11,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <cstring>
+#include <cwchar>
 #include <string>
 
 namespace {
@@ -89,14 +91,27 @@ template <typename Unit>
 int deliver(const std::basic_string<Unit>& result, Unit* output, int outputSize)
 {
     if (result.size() > static_cast<std::size_t>(INT_MAX))
-        return 0;
+        return Vesk::Corvo::Posix::fail(ERROR_INVALID_PARAMETER, 0);
     const int size = static_cast<int>(result.size());
     if (outputSize == 0)
         return size;
     if (size > outputSize)
-        return 0;
+        return Vesk::Corvo::Posix::fail(ERROR_INSUFFICIENT_BUFFER, 0);
     result.copy(output, result.size());
     return size;
+}
+
+// The source's length in units, its terminator included when the caller
+// gave a negative length; 0 for arguments that both calls refuse, with the
+// last error set.
+std::size_t sourceLength(const std::string& charset, DWORD flags, const void* source,
+                         int length, std::size_t terminated, int outputSize)
+{
+    if (flags != 0)
+        return Vesk::Corvo::Posix::fail(ERROR_INVALID_FLAGS, std::size_t(0));
+    if (charset.empty() || source == nullptr || length == 0 || outputSize < 0)
+        return Vesk::Corvo::Posix::fail(ERROR_INVALID_PARAMETER, std::size_t(0));
+    return length < 0 ? terminated + 1 : static_cast<std::size_t>(length);
 }
 
 } // namespace
@@ -105,11 +120,15 @@ int MultiByteToWideChar(UINT codePage, DWORD flags, LPCCH multiByte, int multiBy
                         LPWSTR wide, int wideLength)
 {
     const std::string charset = charsetOf(codePage);
+    const std::size_t length =
+        sourceLength(charset, flags, multiByte, multiByteLength,
+                     multiByteLength < 0 && multiByte != nullptr ? std::strlen(multiByte) : 0,
+                     wideLength);
     std::string bytes;
-    if (charset.empty() || flags != 0 || multiByteLength <= 0 || wideLength < 0 ||
-        !transcode(UTF16, charset, multiByte, static_cast<std::size_t>(multiByteLength), oneByte,
-                   "\xFD\xFF", bytes))
+    if (length == 0)
         return 0;
+    if (!transcode(UTF16, charset, multiByte, length, oneByte, "\xFD\xFF", bytes))
+        return Vesk::Corvo::Posix::fail(ERROR_INVALID_PARAMETER, 0);
     std::wstring units;
     for (std::size_t i = 0; i + 1 < bytes.size(); i += 2)
         units += static_cast<WCHAR>(static_cast<unsigned char>(bytes[i]) |
@@ -122,17 +141,21 @@ int WideCharToMultiByte(UINT codePage, DWORD flags, LPCWCH wide, int wideLength,
                         LPBOOL usedDefaultChar)
 {
     const std::string charset = charsetOf(codePage);
-    if (charset.empty() || flags != 0 || wideLength <= 0 || multiByteLength < 0 ||
-        defaultChar != nullptr || usedDefaultChar != nullptr)
+    if (defaultChar != nullptr || usedDefaultChar != nullptr)
+        return Vesk::Corvo::Posix::fail(ERROR_INVALID_PARAMETER, 0);
+    const std::size_t length = sourceLength(charset, flags, wide, wideLength,
+                                            wideLength < 0 && wide != nullptr ? std::wcslen(wide) : 0,
+                                            multiByteLength);
+    if (length == 0)
         return 0;
     std::string utf8;
-    Vesk::Corvo::appendUtf8(utf8, wide, static_cast<std::size_t>(wideLength), Vesk::Corvo::BadUnit::Replace);
+    Vesk::Corvo::appendUtf8(utf8, wide, length, Vesk::Corvo::BadUnit::Replace);
     if (charset == "UTF-8")
         return deliver(utf8, multiByte, multiByteLength);
     std::string replacement;
     std::string bytes;
     if (!transcode(charset, "UTF-8", "\xEF\xBF\xBD", 3, oneSequence, "?", replacement) ||
         !transcode(charset, "UTF-8", utf8.data(), utf8.size(), oneSequence, replacement, bytes))
-        return 0;
+        return Vesk::Corvo::Posix::fail(ERROR_INVALID_PARAMETER, 0);
     return deliver(bytes, multiByte, multiByteLength);
 }

@@ -91,12 +91,41 @@ GLXContext createContext(::Display* display, GLXFBConfig config, GLXContext shar
     return context;
 }
 
-void clearCurrent(::Display* display)
+// Leaves the thread with no current context, whoever made it current: a
+// context of the layer, or one that the program made current with GLX on a
+// connection of its own.
+void clearCurrent()
 {
-    if (currentContext != nullptr)
-        glXMakeCurrent(display, None, nullptr);
+    if (glXGetCurrentContext() != nullptr)
+        glXMakeCurrent(glXGetCurrentDisplay(), None, nullptr);
     currentContext = nullptr;
     currentDeviceContext = nullptr;
+}
+
+// How far a configuration is from the format asked for, to be as small as
+// possible: first whether it is double-buffered as asked and free of a
+// caveat, then what it lacks of the colour, depth, alpha and stencil bits
+// asked for, then what it has beyond them and in accumulation buffers.
+std::vector<int> distance(::Display* display, GLXFBConfig config, const PIXELFORMATDESCRIPTOR& format)
+{
+    const int colour = attributeOf(display, config, GLX_RED_SIZE) +
+                       attributeOf(display, config, GLX_GREEN_SIZE) +
+                       attributeOf(display, config, GLX_BLUE_SIZE);
+    const int have[] = {colour, attributeOf(display, config, GLX_DEPTH_SIZE),
+                        attributeOf(display, config, GLX_ALPHA_SIZE),
+                        attributeOf(display, config, GLX_STENCIL_SIZE)};
+    // Colour bits count red, green and blue, at most 8 each.
+    const int wanted[] = {3 * std::min(8, format.cColorBits / 3), format.cDepthBits,
+                          format.cAlphaBits, format.cStencilBits};
+    const bool doubleBuffered = attributeOf(display, config, GLX_DOUBLEBUFFER) != 0;
+    std::vector<int> result{doubleBuffered == ((format.dwFlags & PFD_DOUBLEBUFFER) != 0) ? 0 : 1,
+                            attributeOf(display, config, GLX_CONFIG_CAVEAT) == GLX_NONE ? 0 : 1};
+    for (int i = 0; i < 4; ++i)
+        result.push_back(std::max(0, wanted[i] - have[i]));
+    for (int i = 0; i < 4; ++i)
+        result.push_back(std::max(0, have[i] - wanted[i]));
+    result.push_back(attributeOf(display, config, GLX_ACCUM_RED_SIZE));
+    return result;
 }
 
 } // namespace
@@ -111,34 +140,26 @@ int ChoosePixelFormat(HDC deviceContext, const PIXELFORMATDESCRIPTOR* format)
     if (!hasGlx(display))
         return fail(ERROR_INVALID_PIXEL_FORMAT, 0);
 
-    const int channel = std::min(8, format->cColorBits / 3);
-    const int wanted[] = {
-        GLX_X_RENDERABLE, True,
-        GLX_DRAWABLE_TYPE, (format->dwFlags & PFD_DRAW_TO_WINDOW) ? GLX_WINDOW_BIT : 0,
-        GLX_RENDER_TYPE, GLX_RGBA_BIT,
-        GLX_DOUBLEBUFFER, (format->dwFlags & PFD_DOUBLEBUFFER) ? True : static_cast<int>(GLX_DONT_CARE),
-        GLX_RED_SIZE, channel,
-        GLX_GREEN_SIZE, channel,
-        GLX_BLUE_SIZE, channel,
-        GLX_ALPHA_SIZE, format->cAlphaBits,
-        GLX_DEPTH_SIZE, format->cDepthBits,
-        GLX_STENCIL_SIZE, format->cStencilBits,
-        None};
-    int count = 0;
-    GLXFBConfig* chosen = glXChooseFBConfig(display, DefaultScreen(display), wanted, &count);
+    // As on Windows, the closest format that the window can take, not only
+    // one with every bit asked for: a 16-bit display has no 32-bit colour.
     const VisualID visual = visualOf(display, window->id);
-    int index = 0;
     const std::vector<GLXFBConfig> all = serverConfigs(display);
-    for (int i = 0; i < count && index == 0; ++i) {
-        if (static_cast<VisualID>(attributeOf(display, chosen[i], GLX_VISUAL_ID)) != visual)
+    int index = 0;
+    std::vector<int> best;
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        const GLXFBConfig config = all[i];
+        if (static_cast<VisualID>(attributeOf(display, config, GLX_VISUAL_ID)) != visual ||
+            !attributeOf(display, config, GLX_X_RENDERABLE) ||
+            !(attributeOf(display, config, GLX_RENDER_TYPE) & GLX_RGBA_BIT) ||
+            ((format->dwFlags & PFD_DRAW_TO_WINDOW) &&
+             !(attributeOf(display, config, GLX_DRAWABLE_TYPE) & GLX_WINDOW_BIT)))
             continue;
-        const int id = attributeOf(display, chosen[i], GLX_FBCONFIG_ID);
-        for (std::size_t j = 0; j < all.size(); ++j)
-            if (attributeOf(display, all[j], GLX_FBCONFIG_ID) == id)
-                index = static_cast<int>(j) + 1;
+        std::vector<int> away = distance(display, config, *format);
+        if (index == 0 || away < best) {
+            index = static_cast<int>(i) + 1;
+            best = std::move(away);
+        }
     }
-    if (chosen != nullptr)
-        XFree(chosen);
     return index != 0 ? index : fail(ERROR_INVALID_PIXEL_FORMAT, 0);
 }
 
@@ -185,7 +206,7 @@ BOOL wglDeleteContext(HGLRC handle)
     if (context == nullptr)
         return fail(ERROR_INVALID_HANDLE, FALSE);
     if (currentContext == handle)
-        clearCurrent(x11Display());
+        clearCurrent();
     glXDestroyContext(x11Display(), context->context);
     contexts().live.erase(reinterpret_cast<std::uintptr_t>(handle));
     return TRUE;
@@ -196,7 +217,7 @@ BOOL wglMakeCurrent(HDC deviceContext, HGLRC handle)
     std::lock_guard<std::mutex> guard(x11Lock());
     ::Display* display = x11Display();
     if (handle == nullptr) {
-        clearCurrent(display);
+        clearCurrent();
         return TRUE;
     }
     Context* context = find(handle);
@@ -209,7 +230,7 @@ BOOL wglMakeCurrent(HDC deviceContext, HGLRC handle)
     // thread with none, as on Windows.
     const unsigned long errorsBefore = x11ErrorCount();
     if (!glXMakeCurrent(display, window->id, context->context) || !x11Succeeded(errorsBefore)) {
-        clearCurrent(display);
+        clearCurrent();
         return fail(ERROR_INVALID_HANDLE, FALSE);
     }
     context->used = true;

@@ -48,9 +48,10 @@ struct PIXELFORMATDESCRIPTOR
 #define ERROR_INVALID_PIXEL_FORMAT 2000u
 
 // A format is a GLX framebuffer configuration of the window's own visual,
-// numbered from 1 in the server's list, with at least the colour, alpha,
-// depth and stencil bits asked for, and double-buffered if asked. 0 when
-// there is none (or no GLX).
+// numbered from 1 in the server's list. As on Windows, the closest one is
+// chosen: double-buffered if asked, then with as few of the colour, depth,
+// alpha and stencil bits asked for missing as the display allows, then with
+// as few beyond them. 0 when the window's visual has none (or no GLX).
 int ChoosePixelFormat(HDC deviceContext, const PIXELFORMATDESCRIPTOR* format);
 // A window takes one format for good: setting the same one again succeeds,
 // another fails.
@@ -60,7 +61,8 @@ BOOL SetPixelFormat(HDC deviceContext, int format, const PIXELFORMATDESCRIPTOR* 
 HGLRC wglCreateContext(HDC deviceContext);
 // Clears the calling thread's current context first if it is this one.
 BOOL wglDeleteContext(HGLRC context);
-// Null and null leave the calling thread with no current context.
+// Null and null leave the calling thread with no current context, also one
+// that the program made current with GLX itself.
 BOOL wglMakeCurrent(HDC deviceContext, HGLRC context);
 // GLX shares objects only from the creation of a context, so the second
 // context is created again with the first as its share list; it must not

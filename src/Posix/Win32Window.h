@@ -90,14 +90,17 @@ struct MSG
 HICON LoadIconW(HINSTANCE instance, LPCWSTR name);
 HCURSOR LoadCursorW(HINSTANCE instance, LPCWSTR name);
 
-// Classes are kept per process by name; a name registered twice is refused
-// with ERROR_CLASS_ALREADY_EXISTS, and nothing unregisters one.
+// Classes are kept per process by name, whatever its case ("Name" and "NAME"
+// are one class); a name registered twice is refused with
+// ERROR_CLASS_ALREADY_EXISTS, one of more than 256 units with
+// ERROR_INVALID_PARAMETER, and nothing unregisters one.
 ATOM RegisterClassExW(const WNDCLASSEXW* windowClass);
 
 // An X window of the client area: the outer size less a nominal frame, as
 // GetClientRect reports it. The window name is the caption, and the window
 // takes part in the window manager's close protocol. Null, with the last
-// error set, when the class is unknown or no X display can be opened.
+// error set, when the class is unknown or no X display can be opened (or
+// the server has gone).
 HWND CreateWindowExW(DWORD exStyle, LPCWSTR className, LPCWSTR windowName, DWORD style, int x,
                      int y, int width, int height, HWND parent, HMENU menu, HINSTANCE instance,
                      LPVOID parameter);
@@ -115,8 +118,12 @@ HDC GetDC(HWND window);
 
 // Messages of the calling thread. The queue fills from the X connection:
 // Expose gives WM_PAINT, a size change WM_SIZE, mapping and unmapping
-// WM_SHOWWINDOW, and the window manager's WM_DELETE_WINDOW gives WM_CLOSE.
-// WM_QUIT comes when nothing else is waiting. No window filter and no range
+// WM_SHOWWINDOW. The window manager's WM_DELETE_WINDOW is a sent WM_CLOSE,
+// as the close box is on Windows: it goes to the window procedure in here,
+// and is never returned. WM_QUIT comes when nothing else is waiting. When
+// the X server has gone, each window of the thread is destroyed in here (it
+// gets WM_DESTROY), and the window calls fail with
+// ERROR_INVALID_WINDOW_HANDLE from then on. No window filter and no range
 // are supported: pass null, 0 and 0.
 BOOL PeekMessageW(MSG* message, HWND window, UINT filterMin, UINT filterMax, UINT removal);
 BOOL TranslateMessage(const MSG* message);

@@ -8,6 +8,8 @@
 #include "X11Session.h"
 
 #include <X11/Xutil.h>
+#include <locale.h>
+#include <wctype.h>
 
 #include <algorithm>
 #include <atomic>
@@ -34,6 +36,9 @@ struct WindowState : X11Window
 
 struct Queue
 {
+    // Sent messages go to the window procedure inside PeekMessageW, before
+    // any posted one is returned, as Windows delivers them.
+    std::deque<MSG> sent;
     std::deque<MSG> messages;
     bool quit = false;
     int exitCode = 0;
@@ -50,6 +55,7 @@ struct Connection
 struct Tables
 {
     std::mutex lock;
+    // By the upper-case form of the name: class names match whatever their case.
     std::map<std::wstring, WNDPROC> classes;
     std::map<::Window, WindowState> windows;
     std::map<DWORD, Queue> queues;
@@ -70,6 +76,23 @@ int countError(::Display*, XErrorEvent*)
     return 0;
 }
 
+// The server going away must not end the process, as Xlib's default I/O
+// error handling does: the layer's connection is marked lost, and from then
+// on Xlib's calls on it return at once. The handler is process-wide, so a
+// connection of the program's own still gets the handler it had.
+std::atomic<::Display*> layerDisplay{nullptr};
+std::atomic<bool> lost{false};
+XIOErrorHandler previousIoErrorHandler = nullptr;
+
+int onIoError(::Display* display)
+{
+    if (display == layerDisplay)
+        return 0;
+    return previousIoErrorHandler != nullptr ? previousIoErrorHandler(display) : 0;
+}
+
+void onIoErrorExit(::Display*, void*) { lost = true; }
+
 const Connection& connection()
 {
     static const Connection instance = [] {
@@ -78,6 +101,9 @@ const Connection& connection()
         XSetErrorHandler(countError);
         opened.display = XOpenDisplay(nullptr);
         if (opened.display != nullptr) {
+            layerDisplay = opened.display;
+            previousIoErrorHandler = XSetIOErrorHandler(onIoError);
+            XSetIOErrorExitHandler(opened.display, onIoErrorExit, nullptr);
             opened.protocols = XInternAtom(opened.display, "WM_PROTOCOLS", False);
             opened.deleteWindow = XInternAtom(opened.display, "WM_DELETE_WINDOW", False);
         }
@@ -95,6 +121,41 @@ WindowState* find(HWND window)
     auto found = tables().windows.find(idOf(window));
     return found == tables().windows.end() ? nullptr : &found->second;
 }
+
+// A window that can still be used: once the server has gone, none is,
+// though each stays in the table until its thread has destroyed it.
+WindowState* live(HWND window) { return lost ? nullptr : find(window); }
+
+// Once, after the server has gone: every window is destroyed on its own
+// thread, from its next PeekMessageW, as DestroyWindow would.
+void noteLoss()
+{
+    static bool noted = false;
+    if (!lost || noted)
+        return;
+    noted = true;
+    for (const auto& entry : tables().windows)
+        if (!entry.second.destroying)
+            tables().queues[entry.second.thread].sent.push_back(
+                MSG{handleOf(entry.first), WM_DESTROY, 0, 0, 0, POINT{0, 0}});
+}
+
+// Windows compares class names without regard to case, by its own
+// upper-case table; the C.UTF-8 locale's is the same for every letter of
+// the BMP whatever the program's locale.
+std::wstring classKey(LPCWSTR name)
+{
+    static const locale_t utf8 = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+    std::wstring key(name);
+    for (wchar_t& unit : key)
+        if (unit < 0xD800 || (unit > 0xDFFF && unit <= 0xFFFF))
+            unit = utf8 != nullptr ? towupper_l(static_cast<wint_t>(unit), utf8)
+                                   : (unit >= L'a' && unit <= L'z' ? unit - L'a' + L'A' : unit);
+    return key;
+}
+
+// The longest class name that RegisterClassExW takes.
+const std::size_t maxClassName = 256;
 
 // The frame that Windows draws around the client area of an overlapped
 // window with a client edge: borders, client edge and caption.
@@ -151,9 +212,12 @@ void readEvents(const Connection& x)
             post(*window, WM_SHOWWINDOW, FALSE, 0);
             break;
         case ClientMessage:
+            // The close box: Windows sends WM_CLOSE to the procedure, it
+            // doesn't post it.
             if (event.xclient.message_type == x.protocols &&
                 static_cast<Atom>(event.xclient.data.l[0]) == x.deleteWindow)
-                post(*window, WM_CLOSE, 0, 0);
+                tables().queues[window->thread].sent.push_back(
+                    MSG{handleOf(window->id), WM_CLOSE, 0, 0, 0, POINT{0, 0}});
             break;
         default:
             break;
@@ -181,7 +245,7 @@ bool x11Succeeded(unsigned long errorsBefore)
 
 std::mutex& x11Lock() { return tables().lock; }
 
-X11Window* x11Window(HWND window) { return find(window); }
+X11Window* x11Window(HWND window) { return live(window); }
 
 } // namespace Posix
 } // namespace Corvo
@@ -198,8 +262,10 @@ ATOM RegisterClassExW(const WNDCLASSEXW* windowClass)
     if (windowClass == nullptr || windowClass->cbSize != sizeof(WNDCLASSEXW) ||
         windowClass->lpszClassName == nullptr || windowClass->lpfnWndProc == nullptr)
         return fail(ERROR_INVALID_PARAMETER, ATOM(0));
+    if (std::char_traits<WCHAR>::length(windowClass->lpszClassName) > maxClassName)
+        return fail(ERROR_INVALID_PARAMETER, ATOM(0));
     std::lock_guard<std::mutex> guard(x11Lock());
-    if (!tables().classes.emplace(windowClass->lpszClassName, windowClass->lpfnWndProc).second)
+    if (!tables().classes.emplace(classKey(windowClass->lpszClassName), windowClass->lpfnWndProc).second)
         return fail(ERROR_CLASS_ALREADY_EXISTS, ATOM(0));
     return tables().nextAtom++;
 }
@@ -208,11 +274,11 @@ HWND CreateWindowExW(DWORD, LPCWSTR className, LPCWSTR windowName, DWORD, int, i
                      int height, HWND, HMENU, HINSTANCE, LPVOID)
 {
     std::lock_guard<std::mutex> guard(x11Lock());
-    auto registered = className == nullptr ? tables().classes.end() : tables().classes.find(className);
+    auto registered = className == nullptr ? tables().classes.end() : tables().classes.find(classKey(className));
     if (registered == tables().classes.end())
         return fail(ERROR_CANNOT_FIND_WND_CLASS, static_cast<HWND>(nullptr));
     const Connection& x = connection();
-    if (x.display == nullptr)
+    if (x.display == nullptr || lost)
         return fail(ERROR_GEN_FAILURE, static_cast<HWND>(nullptr));
 
     const int screen = DefaultScreen(x.display);
@@ -232,6 +298,8 @@ HWND CreateWindowExW(DWORD, LPCWSTR className, LPCWSTR windowName, DWORD, int, i
     Atom deleteWindow = x.deleteWindow;
     XSetWMProtocols(x.display, id, &deleteWindow, 1);
     XFlush(x.display);
+    if (lost)
+        return fail(ERROR_GEN_FAILURE, static_cast<HWND>(nullptr));
 
     WindowState window;
     window.id = id;
@@ -261,14 +329,17 @@ BOOL DestroyWindow(HWND window)
     procedure(window, WM_DESTROY, 0, 0);
 
     std::lock_guard<std::mutex> guard(x11Lock());
-    XDestroyWindow(x11Display(), idOf(window));
-    XFlush(x11Display());
+    if (!lost) {
+        XDestroyWindow(x11Display(), idOf(window));
+        XFlush(x11Display());
+    }
     tables().windows.erase(idOf(window));
+    const auto isFor = [window](const MSG& m) { return m.hwnd == window; };
     for (auto& entry : tables().queues) {
+        std::deque<MSG>& sent = entry.second.sent;
         std::deque<MSG>& messages = entry.second.messages;
-        messages.erase(std::remove_if(messages.begin(), messages.end(),
-                                      [window](const MSG& m) { return m.hwnd == window; }),
-                       messages.end());
+        sent.erase(std::remove_if(sent.begin(), sent.end(), isFor), sent.end());
+        messages.erase(std::remove_if(messages.begin(), messages.end(), isFor), messages.end());
     }
     return TRUE;
 }
@@ -276,7 +347,7 @@ BOOL DestroyWindow(HWND window)
 BOOL ShowWindow(HWND window, int command)
 {
     std::lock_guard<std::mutex> guard(x11Lock());
-    if (find(window) == nullptr)
+    if (live(window) == nullptr)
         return fail(ERROR_INVALID_WINDOW_HANDLE, FALSE);
     ::Display* display = x11Display();
     const bool wasVisible = isMapped(display, idOf(window));
@@ -291,7 +362,7 @@ BOOL ShowWindow(HWND window, int command)
 BOOL UpdateWindow(HWND window)
 {
     std::lock_guard<std::mutex> guard(x11Lock());
-    if (find(window) == nullptr)
+    if (live(window) == nullptr)
         return fail(ERROR_INVALID_WINDOW_HANDLE, FALSE);
     XFlush(x11Display());
     return TRUE;
@@ -300,14 +371,14 @@ BOOL UpdateWindow(HWND window)
 BOOL IsWindowVisible(HWND window)
 {
     std::lock_guard<std::mutex> guard(x11Lock());
-    return find(window) != nullptr && isMapped(x11Display(), idOf(window)) ? TRUE : FALSE;
+    return live(window) != nullptr && isMapped(x11Display(), idOf(window)) ? TRUE : FALSE;
 }
 
 BOOL GetClientRect(HWND window, RECT* rectangle)
 {
     std::lock_guard<std::mutex> guard(x11Lock());
     XWindowAttributes attributes;
-    if (find(window) == nullptr || XGetWindowAttributes(x11Display(), idOf(window), &attributes) == 0)
+    if (live(window) == nullptr || XGetWindowAttributes(x11Display(), idOf(window), &attributes) == 0)
         return fail(ERROR_INVALID_WINDOW_HANDLE, FALSE);
     *rectangle = RECT{0, 0, attributes.width, attributes.height};
     return TRUE;
@@ -316,17 +387,52 @@ BOOL GetClientRect(HWND window, RECT* rectangle)
 HDC GetDC(HWND window)
 {
     std::lock_guard<std::mutex> guard(x11Lock());
-    if (find(window) == nullptr)
+    if (live(window) == nullptr)
         return fail(ERROR_INVALID_WINDOW_HANDLE, static_cast<HDC>(nullptr));
     return window;
 }
 
+namespace {
+
+// Calls the procedure with a sent message. A window whose server has gone
+// is destroyed instead, which sends it WM_DESTROY.
+void deliver(const MSG& sent)
+{
+    if (sent.message == WM_DESTROY) {
+        DestroyWindow(sent.hwnd);
+        return;
+    }
+    WNDPROC procedure = nullptr;
+    {
+        std::lock_guard<std::mutex> guard(x11Lock());
+        if (WindowState* window = find(sent.hwnd))
+            procedure = window->procedure;
+    }
+    if (procedure != nullptr)
+        procedure(sent.hwnd, sent.message, sent.wParam, sent.lParam);
+}
+
+} // namespace
+
 BOOL PeekMessageW(MSG* message, HWND, UINT, UINT, UINT removal)
 {
     const Connection& x = connection();
+    for (;;) {
+        MSG sent;
+        {
+            std::lock_guard<std::mutex> guard(x11Lock());
+            if (x.display != nullptr && !lost)
+                readEvents(x);
+            noteLoss();
+            std::deque<MSG>& waiting = tables().queues[GetCurrentThreadId()].sent;
+            if (waiting.empty())
+                break;
+            sent = waiting.front();
+            waiting.pop_front();
+        }
+        deliver(sent);
+    }
     std::lock_guard<std::mutex> guard(x11Lock());
-    if (x.display != nullptr)
-        readEvents(x);
     Queue& queue = tables().queues[GetCurrentThreadId()];
     if (!queue.messages.empty()) {
         *message = queue.messages.front();

@@ -15,7 +15,9 @@ namespace Posix {
 
 // The connection to $DISPLAY, opened on first use and kept for the life of
 // the process; null when it cannot be opened. X errors don't end the
-// process: they are counted (see x11ErrorCount).
+// process: they are counted (see x11ErrorCount). Nor does the loss of the
+// server: the connection stays open but does nothing, and x11Window finds no
+// window any more.
 ::Display* x11Display();
 unsigned long x11ErrorCount();
 // Waits for the server to handle every request sent so far: true when none
@@ -26,7 +28,7 @@ bool x11Succeeded(unsigned long errorsBefore);
 std::mutex& x11Lock();
 
 // A window as far as GL needs it; call with x11Lock held. Null for a handle
-// that names no live window.
+// that names no live window, and for every one once the server has gone.
 struct X11Window
 {
     ::Window id;
