@@ -22,12 +22,13 @@ class CORVO_API Win32GraphicalContext
 {
 public:
     /// Sets a 32-bit RGBA, 16-bit depth, double-buffered pixel format on the
-    /// window and creates a context on it, not current. Throws Exception
+    /// window, or the closest one the display has (5-6-5 colour on a 16-bit
+    /// display), and creates a context on it, not current. Throws Exception
     /// when a step fails: "Error trying to choose the Pixel Format", "Error
     /// trying to set pixel format", "Error trying to create gl context".
     explicit Win32GraphicalContext(WindowHandle window);
-    /// Clears the calling thread's current context, whichever it is, and
-    /// deletes this one.
+    /// Clears the calling thread's current context, whichever it is (one that
+    /// the program made current with GLX itself too), and deletes this one.
     virtual ~Win32GraphicalContext();
 
     /// Each object deletes its own rendering context, so a copy would delete

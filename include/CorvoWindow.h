@@ -34,7 +34,13 @@ typedef void* RenderContextHandle;
 /// On Linux a window is an X window on $DISPLAY (Xlib), and the library
 /// links libX11 and libGL. The window's X size is the client area: the outer
 /// size given to create less the frame that Windows would draw (12 pixels
-/// across, 32 down). The window manager's close button arrives as WM_CLOSE.
+/// across, 32 down). The window manager's close button reaches WndProc as a
+/// sent WM_CLOSE, as on Windows, and the capture that destroys the window also
+/// takes the quit message. If the X server goes away, each window is destroyed
+/// at its thread's next capture (which returns true) and create throws from
+/// then on; the process lives on. For that the library installs a
+/// process-wide Xlib I/O error handler at first use, which hands the
+/// program's own connections on to the handler that was there before.
 class CORVO_API Win32Window
 {
 public:
@@ -45,8 +51,8 @@ public:
 
     /// Registers a window class named by the title and creates a hidden
     /// overlapped window with that caption. width and height are the outer
-    /// size, frame included. A title already registered in this process is
-    /// refused. Throws Exception "Win32Window::Exception: error registering
+    /// size, frame included. A title already registered in this process,
+    /// whatever its case, or longer than 256 characters, is refused. Throws Exception "Win32Window::Exception: error registering
     /// the class [TITLE]", or "Win32Window::Exception: error creating the
     /// window".
     void create(const long& width, const long& height, std::string title);
