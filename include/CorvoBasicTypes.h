@@ -45,8 +45,15 @@ extern CORVO_API const IntPtr_t MAX_IntPtr_t;
 class CORVO_API Address
 {
 public:
-    Address(IntPtr_t address);
+    Address(unsigned long address);
     Address(void* address);
+    // The whole word where it is wider than unsigned long (64-bit Windows).
+    template <typename Word, typename std::enable_if<std::is_same<Word, IntPtr_t>::value &&
+                                                         !std::is_same<Word, unsigned long>::value,
+                                                     int>::type = 0>
+    Address(Word address) : m_address(address)
+    {
+    }
 
     IntPtr_t getInt() const;
     void* getPointer() const;

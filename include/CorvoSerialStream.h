@@ -15,7 +15,7 @@ namespace Corvo {
 
 // Each value is what it means: bits per second, a number of bits, the
 // platform's parity code, a number of stop bits.
-enum Bps
+enum Bps : int
 {
     Bps110 = 110,
     Bps300 = 300,
@@ -33,7 +33,7 @@ enum Bps
     Bps921600 = 921600
 };
 
-enum DataBits
+enum DataBits : int
 {
     DataBits5 = 5,
     DataBits6 = 6,
@@ -41,7 +41,7 @@ enum DataBits
     DataBits8 = 8
 };
 
-enum Parity
+enum Parity : int
 {
     ParityNone = 0,
     ParityOdd = 1,
@@ -50,7 +50,7 @@ enum Parity
     ParitySpace = 4
 };
 
-enum StopBits
+enum StopBits : int
 {
     StopBits1 = 1,
     StopBits2 = 2
