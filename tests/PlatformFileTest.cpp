@@ -45,8 +45,6 @@ std::string contentOf(const std::string& path)
 // write permission bits on Linux.
 TEST(PlatformFile, ReadOnlyFileIsWrittenAndEmptiedByNobody)
 {
-    if (underWine())
-        GTEST_SKIP() << "Wine opens by the Unix permissions, which root (who runs the tests) passes";
     corvo_test::TempDirectory dir("read-only");
     dir.write("kept", "content");
     std::filesystem::permissions(dir.file("kept"), std::filesystem::perms::owner_read);
@@ -63,6 +61,9 @@ TEST(PlatformFile, ReadOnlyFileIsWrittenAndEmptiedByNobody)
         {GENERIC_WRITE, TRUNCATE_EXISTING, false},
     };
     for (const auto& row : rows) {
+        // Wine opens by the Unix permissions, which root (who runs the tests here) passes.
+        if (!row.opens && underWine())
+            continue;
         SetLastError(0);
         const HANDLE file = CreateFileW(name.c_str(), row.access, 0, nullptr, row.disposition, 0, nullptr);
         EXPECT_EQ(file != INVALID_HANDLE_VALUE, row.opens) << row.access << " " << row.disposition;

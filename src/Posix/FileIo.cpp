@@ -136,7 +136,7 @@ BOOL transfer(HANDLE file, DWORD access, DWORD count, LPDWORD done, LPOVERLAPPED
             return failFromErrno(FALSE);
         // What an unplugged serial adapter's driver gives a read: the
         // request cancelled.
-        if (moved == 0 && reading && count > 0 && !object->regular() && lineGone(object->descriptor()))
+        if (moved == 0 && reading && !object->regular() && lineGone(object->descriptor()))
             return fail(ERROR_OPERATION_ABORTED, FALSE);
         *done += static_cast<DWORD>(moved);
         if (moved == 0 || (reading && !object->regular()))

@@ -79,15 +79,16 @@ void setState(int fd, unsigned state, bool replace)
         states[fd] |= state;
 }
 
-// The state, with the pending reset taken if there is one.
-unsigned takeState(int fd)
+// The state; a receive takes the pending reset, if there is one.
+unsigned stateOf(int fd, bool receiving)
 {
     std::lock_guard<std::mutex> hold(statesLock);
     const auto found = states.find(fd);
     if (found == states.end())
         return 0;
     const unsigned state = found->second;
-    found->second &= ~resetPending;
+    if (receiving)
+        found->second &= ~resetPending;
     return state;
 }
 
@@ -108,9 +109,11 @@ enum class Queued
     portUnreachable
 };
 
-// Takes every queued error, so that they cannot fill the receive buffer.
+// Takes every queued error, so that they cannot fill the receive buffer;
+// errno is left as it was.
 Queued takeQueuedErrors(int fd)
 {
+    const int error = errno;
     Queued found = Queued::nothing;
     for (;;) {
         char data;
@@ -121,16 +124,18 @@ Queued takeQueuedErrors(int fd)
         message.msg_iovlen = 1;
         message.msg_control = control;
         message.msg_controllen = sizeof control;
-        if (::recvmsg(fd, &message, MSG_ERRQUEUE | MSG_DONTWAIT) < 0)
+        if (::recvmsg(fd, &message, MSG_ERRQUEUE | MSG_DONTWAIT) < 0) {
+            errno = error;
             return found;
+        }
         if (found == Queued::nothing)
             found = Queued::otherErrors;
         for (cmsghdr* header = CMSG_FIRSTHDR(&message); header; header = CMSG_NXTHDR(&message, header)) {
-            sock_extended_err error;
+            sock_extended_err queued;
             if (header->cmsg_level != IPPROTO_IP || header->cmsg_type != IP_RECVERR)
                 continue;
-            std::memcpy(&error, CMSG_DATA(header), sizeof error);
-            if (error.ee_errno == ECONNREFUSED)
+            std::memcpy(&queued, CMSG_DATA(header), sizeof queued);
+            if (queued.ee_errno == ECONNREFUSED)
                 found = Queued::portUnreachable;
         }
     }
@@ -279,7 +284,7 @@ int sendSocket(SocketValue s, const char* buffer, int length, int flags, const v
         });
     };
     ssize_t sent = sendOnce();
-    const unsigned state = takeState(fd);
+    const unsigned state = stateOf(fd, false);
     if (sent < 0 && (state & datagram)) {
         const Queued queued = takeQueuedErrors(fd);
         if (queued == Queued::portUnreachable)
@@ -301,7 +306,7 @@ int receiveSocket(SocketValue s, char* buffer, int length, int flags, void* from
     if (length < 0)
         return failWith(badAddress, -1);
     const int fd = descriptorOf(s);
-    const unsigned state = takeState(fd);
+    const unsigned state = stateOf(fd, true);
     if (state & receiveShutDown)
         return failWith(shutDown, -1);
     if (state & resetPending)
