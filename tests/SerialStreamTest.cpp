@@ -25,6 +25,8 @@
 #else
 #include "Posix/SerialSettings.h"
 
+#include <fcntl.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 #endif
 
@@ -211,6 +213,21 @@ TEST(SerialStreamFailures, ClosedAndMissingPorts)
         EXPECT_TRUE(throwsWith<SerialStreamException>(row.first, row.second));
         serial.close();
     }
+#ifndef _WIN32
+    // A port whose line goes (an adapter unplugged; here a pty hung up)
+    // fails the read instead of waiting on it for ever.
+    const int master = posix_openpt(O_RDWR | O_NOCTTY);
+    ASSERT_TRUE(master >= 0 && grantpt(master) == 0 && unlockpt(master) == 0);
+    const std::string tty = ptsname(master);
+    open(tty.c_str());
+    const int other = ::open(tty.c_str(), O_RDWR | O_NOCTTY);
+    if (ioctl(other, TIOCVHANGUP) == 0) { // with CAP_SYS_ADMIN
+        EXPECT_TRUE(throwsWith<SerialStreamException>([&] { serial.read(1); }, "Win32SerialStream::read(): Failed to read !"));
+    }
+    ::close(other);
+    serial.close();
+    ::close(master);
+#endif
 }
 
 #ifndef _WIN32
