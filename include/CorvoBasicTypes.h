@@ -58,9 +58,17 @@ class CORVO_API Address
 public:
     /// The address of these bits, or of this pointer.
     ///@{
-    Address(IntPtr_t address);
+    Address(unsigned long address);
     Address(void* address);
     ///@}
+    /// The address of these bits, where a pointer is wider than unsigned long
+    /// (64-bit Windows); elsewhere the unsigned long form serves.
+    template <typename Word, typename std::enable_if<std::is_same<Word, IntPtr_t>::value &&
+                                                         !std::is_same<Word, unsigned long>::value,
+                                                     int>::type = 0>
+    Address(Word address) : m_address(address)
+    {
+    }
 
     /// The address as an integer.
     IntPtr_t getInt() const;

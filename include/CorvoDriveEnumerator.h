@@ -65,7 +65,9 @@ public:
 ///
 /// On Linux the drives are "/" first, then the mount points of block devices
 /// and network file systems in the order of /proc/self/mounts; the types
-/// come from the device (see the README's notes on Linux).
+/// come from the device (see the README's notes on Linux). Each device is
+/// listed once, at its first mount point, and at most 26 drives are seen, as
+/// many as Windows has letters.
 class CORVO_API Win32DriveEnumerator
 {
 public:

@@ -35,7 +35,8 @@ public:
     /// on Windows the program's directory first, on Linux dlopen's rules
     /// (LD_LIBRARY_PATH, the loader's cache), so give a path there. A load
     /// over a loaded object replaces the handle and keeps the earlier library
-    /// in the process. Logs "Loading [NAME]" at LogDebug, before trying.
+    /// in the process. An empty name is refused. Logs "Loading [NAME]" at
+    /// LogDebug, before trying.
     /// Throws Exception "Error occurred when trying to load [NAME]".
     void load(const std::string& name);
     /// Gives the library back. Throws Exception "Error occurred when trying

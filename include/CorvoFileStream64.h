@@ -33,7 +33,9 @@ public:
     /// Modes: "r" reads an existing file, "r+" also writes it; "w" and "w+"
     /// create or empty the file, for writing or for both; "a" reads and
     /// writes, creates the file if it is missing and starts at its end
-    /// once. Nothing else is a mode. A handle held before is not closed.
+    /// once. Nothing else is a mode. A read-only file opens only with "r",
+    /// whoever the user (root too, on Linux), and is never emptied. A handle
+    /// held before is not closed.
     /// Logs " start at end" or " start at beginning" at LogInfo once the
     /// file is open. Throws StreamException "FileStream64 open file failure,
     /// unsupported mode", "FileStream64 open file failure" (the platform

@@ -18,7 +18,7 @@ namespace Corvo {
 
 // Each value is what it means: bits per second, a number of bits, the
 // platform's parity code, a number of stop bits.
-enum Bps
+enum Bps : int
 {
     Bps110 = 110,
     Bps300 = 300,
@@ -35,9 +35,10 @@ enum Bps
     Bps460800 = 460800,
     Bps921600 = 921600
 };
-/// Data bits per character. A pseudo-terminal on Linux always has 8.
+/// Data bits per character. A pseudo-terminal on Linux always has 8. Five
+/// data bits with two stop bits are refused, as Windows refuses them.
 
-enum DataBits
+enum DataBits : int
 {
     DataBits5 = 5,
     DataBits6 = 6,
@@ -47,7 +48,7 @@ enum DataBits
 /// Parity, by the platform's code. Mark and space need the kernel's CMSPAR
 /// on Linux; a pseudo-terminal always has none.
 
-enum Parity
+enum Parity : int
 {
     ParityNone = 0,
     ParityOdd = 1,
@@ -57,7 +58,7 @@ enum Parity
 };
 /// Stop bits per character.
 
-enum StopBits
+enum StopBits : int
 {
     StopBits1 = 1,
     StopBits2 = 2
@@ -94,7 +95,8 @@ public:
     void close();
 
     /// Exactly size bytes: waits until all have arrived. Throws
-    /// SerialStreamException "Win32SerialStream::read(): Failed to read !".
+    /// SerialStreamException "Win32SerialStream::read(): Failed to read !",
+    /// also once the port has gone (a USB adapter unplugged, a hung-up tty).
     Packet_T<char> read(unsigned int size);
     /// One platform write; true or a throw: SerialStreamException
     /// "Win32SerialStream::write(): Failed to write !".

@@ -32,7 +32,11 @@ class Win32SocketErrorDictionary;
 /// library's own WinSock stands on the POSIX calls: errno becomes the
 /// WinSock code (ECONNREFUSED 10061, ECONNRESET and EPIPE 10054), writing to
 /// a peer that has gone is an error and never SIGPIPE, and descriptors are
-/// close-on-exec. On Windows the library links ws2_32.
+/// close-on-exec. As on Windows, a send on a TCP socket that never connected
+/// fails with WSAENOTCONN, one after a local shutdown with WSAESHUTDOWN, a UDP
+/// receive after the peer's port was found closed with WSAECONNRESET, and a
+/// server restarted at once binds its port even while the old connections
+/// are in TIME_WAIT. On Windows the library links ws2_32.
 class CORVO_API Win32Socket
 {
 public:

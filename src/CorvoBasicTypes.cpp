@@ -23,7 +23,7 @@ const SIntPtr_t MAX_SIntPtr_t = std::numeric_limits<SIntPtr_t>::max();
 const IntPtr_t MIN_IntPtr_t = 0;
 const IntPtr_t MAX_IntPtr_t = std::numeric_limits<IntPtr_t>::max();
 
-Address::Address(IntPtr_t address) : m_address(address) {}
+Address::Address(unsigned long address) : m_address(address) {}
 
 Address::Address(void* address) : m_address(reinterpret_cast<IntPtr_t>(address)) {}
 

@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstdlib>
 #include <fstream>
@@ -67,9 +68,20 @@ bool isDirectoryOrMissing(const std::string& path)
     return stat(path.c_str(), &status) != 0 || S_ISDIR(status.st_mode);
 }
 
+// Windows has a drive letter for each of 26 volumes at most, so its list
+// is never longer than 105 units and callers size their buffers for that.
+// The mount table's list stops at as many drives, and before a root that
+// would make it longer than 1,024 units.
+const std::size_t mostDrives = 26;
+const std::size_t longestList = 1024;
+
+std::string rootPathOf(const Mount& mount) { return mount.point == "/" ? "/" : mount.point + "/"; }
+
 // "/" first, then each mount point of a block device or a network file
 // system once, where the table puts it; a later entry for the same point
-// hides the earlier one. Points that are files (bind mounts) are no drives.
+// hides the earlier one. A volume has one root: a block device mounted
+// again (a bind mount, a second mount) stays at its first point. Points
+// that are files (bind mounts) are no drives.
 std::vector<Mount> listDrives(std::string& deviceDirectory)
 {
     std::string tablePath;
@@ -95,19 +107,25 @@ std::vector<Mount> listDrives(std::string& deviceDirectory)
         const bool blockDevice = mount.device.compare(0, 5, "/dev/") == 0 && mount.type != "squashfs";
         if (!(blockDevice || isNetworkType(mount.type)) || !isDirectoryOrMissing(mount.point))
             continue;
-        bool seen = false;
-        for (Mount& drive : drives)
-            if (drive.point == mount.point) {
-                drive = mount;
-                seen = true;
-            }
-        if (!seen)
+        const auto samePoint = std::find_if(drives.begin(), drives.end(),
+                                            [&](const Mount& drive) { return drive.point == mount.point; });
+        const auto sameDevice = std::find_if(drives.begin(), drives.end(), [&](const Mount& drive) {
+            return blockDevice && drive.device == mount.device;
+        });
+        if (samePoint != drives.end() && sameDevice != drives.end() && sameDevice != samePoint)
+            drives.erase(samePoint);
+        else if (samePoint != drives.end())
+            *samePoint = mount;
+        else if (sameDevice == drives.end())
             drives.push_back(mount);
     }
+    std::size_t units = 1;
+    std::size_t kept = 0;
+    while (kept < drives.size() && kept < mostDrives && units + rootPathOf(drives[kept]).size() + 1 <= longestList)
+        units += rootPathOf(drives[kept++]).size() + 1;
+    drives.resize(kept);
     return drives;
 }
-
-std::string rootPathOf(const Mount& mount) { return mount.point == "/" ? "/" : mount.point + "/"; }
 
 std::string narrow(LPCWSTR text)
 {

@@ -2,6 +2,7 @@
 // pointer and the file size.
 #include "FileObject.h"
 #include "PosixSupport.h"
+#include "SerialSettings.h"
 #include "Win32FileIo.h"
 
 #include <fcntl.h>
@@ -93,6 +94,29 @@ bool openFlags(DWORD access, DWORD disposition, int& flags)
     }
 }
 
+// Opens without emptying (the caller does that once it has checked the
+// file) and tells whether the file was made by this call: a disposition
+// that may create tries the existing file first.
+int openPath(const std::string& path, int flags, bool& created)
+{
+    const auto openWith = [&](int with) { return retryOnInterrupt([&] { return ::open(path.c_str(), with, 0666); }); };
+    flags &= ~O_TRUNC;
+    if (!(flags & O_CREAT) || (flags & O_EXCL)) {
+        const int descriptor = openWith(flags);
+        created = descriptor >= 0 && (flags & O_EXCL);
+        return descriptor;
+    }
+    for (;;) {
+        int descriptor = openWith(flags & ~O_CREAT);
+        if (descriptor >= 0 || errno != ENOENT)
+            return descriptor;
+        descriptor = openWith(flags | O_EXCL);
+        created = descriptor >= 0;
+        if (descriptor >= 0 || errno != EEXIST)
+            return descriptor;
+    }
+}
+
 // Every byte, in as many calls as it takes: a read of a regular file only
 // stops short at its end, one of a device after one call.
 BOOL transfer(HANDLE file, DWORD access, DWORD count, LPDWORD done, LPOVERLAPPED overlapped,
@@ -110,6 +134,10 @@ BOOL transfer(HANDLE file, DWORD access, DWORD count, LPDWORD done, LPOVERLAPPED
         const ssize_t moved = retryOnInterrupt([&] { return call(object->descriptor(), at + *done, count - *done); });
         if (moved < 0)
             return failFromErrno(FALSE);
+        // What an unplugged serial adapter's driver gives a read: the
+        // request cancelled.
+        if (moved == 0 && reading && !object->regular() && lineGone(object->descriptor()))
+            return fail(ERROR_OPERATION_ABORTED, FALSE);
         *done += static_cast<DWORD>(moved);
         if (moved == 0 || (reading && !object->regular()))
             break;
@@ -132,13 +160,22 @@ HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD, LPSECURITY_ATTRIBUTES attr
     if (!name || attributes || !openFlags(access, disposition, flags))
         return fail(ERROR_INVALID_PARAMETER, INVALID_HANDLE_VALUE);
     const std::string path = devicePath(narrowName(name));
-    const int descriptor = retryOnInterrupt([&] { return ::open(path.c_str(), flags, 0666); });
+    bool created = false;
+    const int descriptor = openPath(path, flags, created);
     if (descriptor < 0)
         return failFromErrno(INVALID_HANDLE_VALUE);
+    // The read-only attribute binds root too, and is checked before
+    // anything is emptied.
+    const bool changes = (access & GENERIC_WRITE) != 0 || (flags & O_TRUNC) != 0;
     struct stat status;
-    if (fstat(descriptor, &status) != 0 || S_ISDIR(status.st_mode)) {
+    if (fstat(descriptor, &status) != 0 || S_ISDIR(status.st_mode) ||
+        (!created && changes && S_ISREG(status.st_mode) && !(status.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)))) {
         ::close(descriptor);
         return fail(ERROR_ACCESS_DENIED, INVALID_HANDLE_VALUE);
+    }
+    if (!created && (flags & O_TRUNC) && S_ISREG(status.st_mode) && ftruncate(descriptor, 0) != 0) {
+        ::close(descriptor);
+        return failFromErrno(INVALID_HANDLE_VALUE);
     }
     // Opened without waiting for a modem's carrier; used blocking.
     fcntl(descriptor, F_SETFL, fcntl(descriptor, F_GETFL) & ~O_NONBLOCK);

@@ -14,6 +14,9 @@ HMODULE LoadLibraryW(LPCWSTR fileName)
     std::string name;
     for (const WCHAR* unit = fileName; *unit != 0; ++unit)
         name += static_cast<char>(*unit & 0xFF);
+    // dlopen takes no name as the program itself; LoadLibrary finds no module.
+    if (name.empty())
+        return Vesk::Corvo::Posix::fail(ERROR_MOD_NOT_FOUND, HMODULE(nullptr));
     HMODULE module = dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (module == nullptr)
         return Vesk::Corvo::Posix::fail(ERROR_MOD_NOT_FOUND, HMODULE(nullptr));

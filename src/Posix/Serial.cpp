@@ -57,8 +57,10 @@ bool Vesk::Corvo::Posix::termiosFor(const DCB& dcb, termios& settings)
         if (candidate.bitsPerSecond == dcb.BaudRate)
             rate = &candidate;
     const bool stick = dcb.Parity == MARKPARITY || dcb.Parity == SPACEPARITY;
+    // 1.5 stop bits go with 5 data bits only, and 2 stop bits never do.
+    const bool five = dcb.ByteSize == 5;
     if (!rate || dcb.ByteSize < 5 || dcb.ByteSize > 8 || dcb.Parity > SPACEPARITY || (stick && !stickParity) ||
-        dcb.StopBits > TWOSTOPBITS || (dcb.StopBits == ONE5STOPBITS && dcb.ByteSize != 5))
+        dcb.StopBits > TWOSTOPBITS || (dcb.StopBits == ONE5STOPBITS && !five) || (dcb.StopBits == TWOSTOPBITS && five))
         return false;
 
     cfmakeraw(&settings);
@@ -86,6 +88,14 @@ bool Vesk::Corvo::Posix::termiosFor(const DCB& dcb, termios& settings)
     cfsetispeed(&settings, rate->speed);
     cfsetospeed(&settings, rate->speed);
     return true;
+}
+
+bool Vesk::Corvo::Posix::lineGone(int descriptor)
+{
+    termios settings;
+    if (tcgetattr(descriptor, &settings) != 0)
+        return errno == EIO;
+    return !(settings.c_lflag & ICANON) && settings.c_cc[VMIN] > 0 && settings.c_cc[VTIME] == 0;
 }
 
 BOOL GetCommState(HANDLE file, LPDCB dcb)

@@ -16,6 +16,11 @@ namespace Posix {
 // that SetCommState refuses.
 bool termiosFor(const DCB& dcb, termios& settings);
 
+// Whether a read that gave no byte means that the line has gone: the tty
+// was hung up (its settings can no longer be read), or it is set to wait
+// for at least one byte. False for anything that is no tty.
+bool lineGone(int descriptor);
+
 } // namespace Posix
 } // namespace Corvo
 } // namespace Vesk

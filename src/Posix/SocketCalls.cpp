@@ -1,11 +1,13 @@
 // The POSIX socket calls behind the layer's WinSock, and the one mapping
 // from errno to WinSock codes. Only generic POSIX code here, apart from the
-// Linux flags for close-on-exec descriptors and for sends without SIGPIPE.
+// Linux flags for close-on-exec descriptors, for sends without SIGPIPE and
+// for the ICMP errors of datagram sockets (IP_RECVERR).
 #include "SocketCalls.h"
 
 #include "PosixSupport.h"
 
 #include <arpa/inet.h>
+#include <linux/errqueue.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -14,6 +16,9 @@
 #include <unistd.h>
 
 #include <climits>
+#include <cstring>
+#include <mutex>
+#include <unordered_map>
 
 namespace Vesk {
 namespace Corvo {
@@ -24,6 +29,9 @@ namespace {
 const int notSocket = 10038; // WSAENOTSOCK
 const int badAddress = 10014; // WSAEFAULT
 const int messageTooLong = 10040; // WSAEMSGSIZE
+const int connectionReset = 10054; // WSAECONNRESET
+const int notConnected = 10057; // WSAENOTCONN
+const int shutDown = 10058; // WSAESHUTDOWN
 const SocketValue invalidSocket = ~static_cast<SocketValue>(0);
 
 template <typename Result>
@@ -47,6 +55,90 @@ bool isSocket(int fd)
 {
     struct stat status;
     return fd >= 0 && fstat(fd, &status) == 0 && S_ISSOCK(status.st_mode);
+}
+
+// What WinSock remembers of a socket and Linux does not tell apart: whether
+// it was ever connected and which directions this side shut down (Linux
+// fails a send with EPIPE in all three cases), and for a datagram socket
+// whether a send took the port unreachable that the next receive reports.
+const unsigned connected = 1;
+const unsigned sendShutDown = 2;
+const unsigned receiveShutDown = 4;
+const unsigned datagram = 8;
+const unsigned resetPending = 16;
+
+std::mutex statesLock;
+std::unordered_map<int, unsigned> states;
+
+void setState(int fd, unsigned state, bool replace)
+{
+    std::lock_guard<std::mutex> hold(statesLock);
+    if (replace)
+        states[fd] = state;
+    else
+        states[fd] |= state;
+}
+
+// The state; a receive takes the pending reset, if there is one.
+unsigned stateOf(int fd, bool receiving)
+{
+    std::lock_guard<std::mutex> hold(statesLock);
+    const auto found = states.find(fd);
+    if (found == states.end())
+        return 0;
+    const unsigned state = found->second;
+    if (receiving)
+        found->second &= ~resetPending;
+    return state;
+}
+
+void forgetState(int fd)
+{
+    std::lock_guard<std::mutex> hold(statesLock);
+    states.erase(fd);
+}
+
+// What IP_RECVERR queued on a datagram socket for the ICMP errors that came
+// back. Linux hands the newest one to whichever call comes next and fails
+// it; WinSock reports a port unreachable to the next receive only, and
+// other ICMP errors nowhere.
+enum class Queued
+{
+    nothing,
+    otherErrors,
+    portUnreachable
+};
+
+// Takes every queued error, so that they cannot fill the receive buffer;
+// errno is left as it was.
+Queued takeQueuedErrors(int fd)
+{
+    const int error = errno;
+    Queued found = Queued::nothing;
+    for (;;) {
+        char data;
+        iovec part{&data, 1};
+        alignas(cmsghdr) char control[256];
+        msghdr message{};
+        message.msg_iov = &part;
+        message.msg_iovlen = 1;
+        message.msg_control = control;
+        message.msg_controllen = sizeof control;
+        if (::recvmsg(fd, &message, MSG_ERRQUEUE | MSG_DONTWAIT) < 0) {
+            errno = error;
+            return found;
+        }
+        if (found == Queued::nothing)
+            found = Queued::otherErrors;
+        for (cmsghdr* header = CMSG_FIRSTHDR(&message); header; header = CMSG_NXTHDR(&message, header)) {
+            sock_extended_err queued;
+            if (header->cmsg_level != IPPROTO_IP || header->cmsg_type != IP_RECVERR)
+                continue;
+            std::memcpy(&queued, CMSG_DATA(header), sizeof queued);
+            if (queued.ee_errno == ECONNREFUSED)
+                found = Queued::portUnreachable;
+        }
+    }
 }
 
 } // namespace
@@ -87,6 +179,11 @@ SocketValue openSocket(int family, int type, int protocol)
     const int fd = ::socket(family, type | SOCK_CLOEXEC, protocol);
     if (fd < 0)
         return failFromSocketErrno(invalidSocket);
+    // Without it Linux drops the port unreachable of an unconnected socket.
+    const int on = 1;
+    if (family == AF_INET && type == SOCK_DGRAM)
+        setsockopt(fd, IPPROTO_IP, IP_RECVERR, &on, sizeof on);
+    setState(fd, type == SOCK_DGRAM ? datagram : 0u, true);
     return static_cast<SocketValue>(fd);
 }
 
@@ -96,6 +193,7 @@ int closeSocket(SocketValue s)
     // Another kind of descriptor is no socket to close, as on Windows.
     if (!isSocket(fd))
         return failWith(notSocket, -1);
+    forgetState(fd);
     // Linux releases the descriptor even when close is interrupted.
     if (::close(fd) != 0 && errno != EINTR)
         return failFromSocketErrno(-1);
@@ -104,16 +202,21 @@ int closeSocket(SocketValue s)
 
 int shutdownSocket(SocketValue s, int how)
 {
-    if (::shutdown(descriptorOf(s), how) != 0)
+    const int fd = descriptorOf(s);
+    if (::shutdown(fd, how) != 0)
         return failFromSocketErrno(-1);
+    setState(fd, how == SHUT_RD ? receiveShutDown : how == SHUT_WR ? sendShutDown : receiveShutDown | sendShutDown,
+             false);
     return 0;
 }
 
 int connectSocket(SocketValue s, const void* address, int length)
 {
     const int fd = descriptorOf(s);
-    if (::connect(fd, static_cast<const sockaddr*>(address), static_cast<socklen_t>(length)) == 0)
+    if (::connect(fd, static_cast<const sockaddr*>(address), static_cast<socklen_t>(length)) == 0) {
+        setState(fd, connected, false);
         return 0;
+    }
     if (errno != EINTR)
         return failFromSocketErrno(-1);
     // An interrupted connect goes on in the background: wait for its end.
@@ -126,12 +229,22 @@ int connectSocket(SocketValue s, const void* address, int length)
         return failFromSocketErrno(-1);
     if (error != 0)
         return failWith(winsockErrorFor(error), -1);
+    setState(fd, connected, false);
     return 0;
 }
 
 int bindSocket(SocketValue s, const void* address, int length)
 {
-    if (::bind(descriptorOf(s), static_cast<const sockaddr*>(address), static_cast<socklen_t>(length)) != 0)
+    // WinSock binds a stream socket to a port whose old connections are only
+    // in TIME_WAIT, so that a server can start again at once; on Linux that
+    // is SO_REUSEADDR, which still refuses a second live listener.
+    const int fd = descriptorOf(s);
+    int type = 0;
+    socklen_t size = sizeof type;
+    const int on = 1;
+    if (getsockopt(fd, SOL_SOCKET, SO_TYPE, &type, &size) == 0 && type == SOCK_STREAM)
+        setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    if (::bind(fd, static_cast<const sockaddr*>(address), static_cast<socklen_t>(length)) != 0)
         return failFromSocketErrno(-1);
     return 0;
 }
@@ -154,6 +267,7 @@ SocketValue acceptSocket(SocketValue s, void* address, int* length)
         return failFromSocketErrno(invalidSocket);
     if (length != nullptr)
         *length = static_cast<int>(size);
+    setState(fd, connected, true);
     return static_cast<SocketValue>(fd);
 }
 
@@ -162,26 +276,54 @@ int sendSocket(SocketValue s, const char* buffer, int length, int flags, const v
 {
     if (length < 0)
         return failWith(badAddress, -1);
-    const ssize_t sent = retryOnInterrupt([&] {
-        return ::sendto(descriptorOf(s), buffer, static_cast<std::size_t>(length), flags | MSG_NOSIGNAL,
-                        static_cast<const sockaddr*>(to), static_cast<socklen_t>(toLength));
-    });
-    if (sent < 0)
-        return failFromSocketErrno(-1);
-    return static_cast<int>(sent);
+    const int fd = descriptorOf(s);
+    const auto sendOnce = [&] {
+        return retryOnInterrupt([&] {
+            return ::sendto(fd, buffer, static_cast<std::size_t>(length), flags | MSG_NOSIGNAL,
+                            static_cast<const sockaddr*>(to), static_cast<socklen_t>(toLength));
+        });
+    };
+    ssize_t sent = sendOnce();
+    const unsigned state = stateOf(fd, false);
+    if (sent < 0 && (state & datagram)) {
+        const Queued queued = takeQueuedErrors(fd);
+        if (queued == Queued::portUnreachable)
+            setState(fd, resetPending, false);
+        if (queued != Queued::nothing)
+            sent = sendOnce();
+    }
+    if (sent >= 0)
+        return static_cast<int>(sent);
+    if (state & sendShutDown)
+        return failWith(shutDown, -1);
+    if ((errno == EPIPE || errno == ENOTCONN) && !(state & connected))
+        return failWith(notConnected, -1);
+    return failFromSocketErrno(-1);
 }
 
 int receiveSocket(SocketValue s, char* buffer, int length, int flags, void* from, int* fromLength)
 {
     if (length < 0)
         return failWith(badAddress, -1);
+    const int fd = descriptorOf(s);
+    const unsigned state = stateOf(fd, true);
+    if (state & receiveShutDown)
+        return failWith(shutDown, -1);
+    if (state & resetPending)
+        return failWith(connectionReset, -1);
     iovec part{buffer, static_cast<std::size_t>(length)};
     msghdr message{};
     message.msg_name = from;
     message.msg_namelen = fromLength != nullptr ? static_cast<socklen_t>(*fromLength) : 0;
     message.msg_iov = &part;
     message.msg_iovlen = 1;
-    const ssize_t received = retryOnInterrupt([&] { return ::recvmsg(descriptorOf(s), &message, flags); });
+    ssize_t received = -1;
+    for (Queued queued = Queued::otherErrors; queued == Queued::otherErrors;) {
+        received = retryOnInterrupt([&] { return ::recvmsg(fd, &message, flags); });
+        queued = received < 0 && (state & datagram) ? takeQueuedErrors(fd) : Queued::nothing;
+        if (queued == Queued::portUnreachable)
+            return failWith(connectionReset, -1);
+    }
     if (received < 0)
         return failFromSocketErrno(-1);
     if (fromLength != nullptr)

@@ -15,7 +15,10 @@
 #define DRIVE_RAMDISK 6
 
 // The root paths, "/" first and then the mount table's in its order, each
-// closed by a NUL and the list by an empty one. The result is the number of
+// block device once at its first mount point, each closed by a NUL and the
+// list by an empty one. Like Windows' list of drive letters it holds 26
+// drives at most, and it never passes 1,024 units: later drives are left
+// out. The result is the number of
 // units written without the last NUL, or, when the buffer is too small, the
 // size that it needs (above bufferLength), with nothing written.
 DWORD GetLogicalDriveStringsW(DWORD bufferLength, LPWSTR buffer);

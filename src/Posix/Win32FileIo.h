@@ -37,6 +37,7 @@ typedef struct _OVERLAPPED* LPOVERLAPPED; // only null is accepted
 #define INVALID_FILE_SIZE 0xFFFFFFFFu
 
 #define ERROR_NEGATIVE_SEEK 131u
+#define ERROR_OPERATION_ABORTED 995u
 
 // Opens a file, or a serial port by the name "COM" and its number: COMn is
 // /dev/ttyS<n-1>, and "COM" followed by an absolute path is that device, so
@@ -44,13 +45,17 @@ typedef struct _OVERLAPPED* LPOVERLAPPED; // only null is accepted
 // the units 0xFF80 to 0xFFFF are taken as the bytes 0x80 to 0xFF that a
 // byte-wise widening makes of them, the others are written as UTF-8. Flags
 // and the template are ignored, security attributes must be null. A
-// directory is refused with ERROR_ACCESS_DENIED.
+// directory is refused with ERROR_ACCESS_DENIED, and so is a file without
+// write permission bits (the read-only attribute) when it would be written
+// or emptied, whoever runs the call.
 HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD shareMode, LPSECURITY_ATTRIBUTES attributes,
                    DWORD disposition, DWORD flags, HANDLE templateFile);
 
 // Synchronous only. The count is set, also on failure: a read of a file
 // stops short only at its end (0 bytes there is a success), a read of a
-// device returns what one read gives. A write goes on after partial
+// device returns what one read gives. A tty that gives no byte although it
+// waits for one has gone (hung up, or an adapter unplugged): the read fails
+// with ERROR_OPERATION_ABORTED, as a removed port's reads do. A write goes on after partial
 // writes; on a full disk it fails with ERROR_DISK_FULL and the count of the
 // bytes that fitted.
 BOOL ReadFile(HANDLE file, LPVOID buffer, DWORD count, LPDWORD done, LPOVERLAPPED overlapped);

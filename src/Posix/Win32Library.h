@@ -12,7 +12,8 @@
 typedef std::intptr_t (*FARPROC)();
 
 // The name is taken as given, each unit as one byte, and found by the
-// dynamic loader's own search rules. Null on failure.
+// dynamic loader's own search rules. Null on failure; an empty name is no
+// module (ERROR_MOD_NOT_FOUND), not the program as dlopen takes it.
 HMODULE LoadLibraryW(LPCWSTR fileName);
 // 0 on failure, a null module included.
 BOOL FreeLibrary(HMODULE module);

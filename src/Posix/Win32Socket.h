@@ -35,7 +35,10 @@ typedef std::uintptr_t SOCKET;
 #define WSAEMFILE 10024
 #define WSAEWOULDBLOCK 10035
 #define WSAENOTSOCK 10038
+#define WSAEADDRINUSE 10048
 #define WSAECONNRESET 10054
+#define WSAENOTCONN 10057
+#define WSAESHUTDOWN 10058
 #define WSAECONNREFUSED 10061
 #define WSAVERNOTSUPPORTED 10092
 #define WSANOTINITIALISED 10093
@@ -84,12 +87,19 @@ void WSASetLastError(int error);
 SOCKET socket(int af, int type, int protocol);
 // Fails with WSAENOTSOCK for anything but an open socket.
 int closesocket(SOCKET s);
+// A direction shut down here fails its later transfers with WSAESHUTDOWN.
 int shutdown(SOCKET s, int how);
 int connect(SOCKET s, const struct sockaddr* name, int nameLength);
+// A stream socket may take a port whose old connections wait in TIME_WAIT,
+// not one that a live socket holds (WSAEADDRINUSE).
 int bind(SOCKET s, const struct sockaddr* name, int nameLength);
 int listen(SOCKET s, int backlog);
 SOCKET accept(SOCKET s, struct sockaddr* address, int* addressLength);
-// Writing to a peer that has gone is an error code, never a signal.
+// Writing to a peer that has gone is an error code, never a signal. A
+// stream socket that never connected fails with WSAENOTCONN. A datagram
+// socket's receive fails with WSAECONNRESET once for the port unreachables
+// that came back since the last one; sends and other ICMP errors are not
+// failed by them.
 int send(SOCKET s, const char* buffer, int length, int flags);
 int recv(SOCKET s, char* buffer, int length, int flags);
 int sendto(SOCKET s, const char* buffer, int length, int flags, const struct sockaddr* to,
