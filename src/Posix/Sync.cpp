@@ -189,53 +189,53 @@ public:
     }
 };
 
-// The state is a word of its own, so that resetting an event, and setting
-// one that nobody waits on, take no lock. A waiter counts itself before it
-// looks at the state, so a setter that counts no waiter can't miss one: the
-// waiter's look comes after the set.
+// The state is a futex word of its own, so that resetting an event, setting
+// one that is set or that nobody waits on, and waiting on a set one take no
+// lock and no system call. A waiter counts itself before it looks at the
+// state, so a setter that counts no waiter can't miss one: the waiter's look
+// comes after the set; and it sleeps only while the word still reads unset.
 class EventObject : public KernelObject
 {
 public:
     static constexpr Kind objectKind = Kind::Event;
 
     EventObject(bool manualReset, bool signalled)
-        : KernelObject(objectKind), m_manualReset(manualReset), m_signalled(signalled)
+        : KernelObject(objectKind), m_manualReset(manualReset), m_signalled(signalled ? 1 : 0)
     {
-        m_monitor.initialise(false);
     }
-    ~EventObject() override { m_monitor.destroy(); }
 
     WaitOutcome wait(const Deadline& deadline) override
     {
         if (take())
             return WaitOutcome::Acquired;
-        MonitorLock hold(m_monitor);
-        ++m_waiters;
-        const WaitOutcome outcome = hold.waitFor(deadline, [this] { return take(); });
-        --m_waiters;
+        m_waiters.fetch_add(1);
+        WaitOutcome outcome = WaitOutcome::Acquired;
+        while (!take())
+            if (!sleepWhile(m_signalled, 0, deadline, false)) {
+                outcome = take() ? WaitOutcome::Acquired : WaitOutcome::TimedOut;
+                break;
+            }
+        m_waiters.fetch_sub(1);
         return outcome;
     }
 
     void set(bool signalled)
     {
         if (!signalled)
-            m_signalled.store(false, std::memory_order_release);
-        else if (!m_signalled.exchange(true) && m_waiters.load() > 0) {
-            MonitorLock hold(m_monitor);
-            hold.notifyAll();
-        }
+            m_signalled.store(0, std::memory_order_release);
+        else if (m_signalled.load() == 0 && m_signalled.exchange(1) == 0 && m_waiters.load() > 0)
+            wakeAll(m_signalled, false);
     }
 
 private:
     bool take()
     {
-        bool expected = true;
-        return m_manualReset ? m_signalled.load() : m_signalled.compare_exchange_strong(expected, false);
+        std::uint32_t expected = 1;
+        return m_signalled.load() != 0 && (m_manualReset || m_signalled.compare_exchange_strong(expected, 0));
     }
 
-    Monitor m_monitor;
     const bool m_manualReset;
-    std::atomic<bool> m_signalled;
+    std::atomic<std::uint32_t> m_signalled;
     std::atomic<unsigned> m_waiters{0};
 };
 
