@@ -179,7 +179,11 @@ NamedBlock::~NamedBlock()
 {
     if (lockFile(m_descriptor, F_WRLCK, false) && linked(m_descriptor))
         unlink(m_path.c_str());
-    if (!m_keepMapping)
+    // A mapping holds the open file, and so its lock, for as long as it
+    // stays: one that is kept lets go of the lock itself.
+    if (m_keepMapping)
+        lockFile(m_descriptor, F_UNLCK, false);
+    else
         munmap(m_mapping, m_size);
     close(m_descriptor);
 }

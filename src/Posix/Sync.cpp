@@ -7,6 +7,9 @@
 #include "Win32Sync.h"
 #include "Win32Thread.h"
 
+#include <sys/syscall.h>
+#include <unistd.h>
+
 #include <atomic>
 #include <new>
 
@@ -60,10 +63,12 @@ struct MutexState
     pthread_mutex_t mutex;
 
     // glibc's record of the owning thread: its number, and flag bits above.
-    bool owned() const { return mutex.__data.__owner != 0; }
-    bool ownedByCaller() const
+    pid_t owner() const { return static_cast<pid_t>(mutex.__data.__owner & 0x3FFFFFFF); }
+    bool ownedByCaller() const { return static_cast<DWORD>(owner()) == GetCurrentThreadId(); }
+    // A dead owner's number stays until the next wait takes the mutex over.
+    bool ownedInThisProcess() const
     {
-        return static_cast<DWORD>(mutex.__data.__owner & 0x3FFFFFFF) == GetCurrentThreadId();
+        return owner() != 0 && syscall(SYS_tgkill, getpid(), owner(), 0) == 0;
     }
 
     void initialise(bool shared)
@@ -112,7 +117,7 @@ public:
     // the memory of a mutex that is closed while owned must stay valid.
     ~MutexObject() override
     {
-        if (m_state->owned())
+        if (m_state->ownedInThisProcess())
             m_state.keep();
     }
 
