@@ -1,10 +1,12 @@
-// The lock, event and mutex classes beside the standard library's or the
-// kernel's own primitives for the same work.
+// The lock, event and mutex classes beside the standard library's, the
+// kernel's own primitives, or Boost.Interprocess for the same work.
 #include "CorvoCriticalSection.h"
 #include "CorvoEvent.h"
 #include "CorvoMutex.h"
 #include "CorvoReadWriteLock.h"
 #include "RatioReporter.h"
+
+#include <boost/interprocess/sync/named_mutex.hpp>
 
 #include <sys/eventfd.h>
 #include <unistd.h>
@@ -141,6 +143,20 @@ void mutexUncontended(benchmark::State& state, bool named)
 }
 BENCHMARK_CAPTURE(mutexUncontended, named, true)->Name("Mutex_named_vs_unnamed/Corvo");
 BENCHMARK_CAPTURE(mutexUncontended, unnamed, false)->Name("Mutex_named_vs_unnamed/unnamed");
+BENCHMARK_CAPTURE(mutexUncontended, named, true)->Name("NamedMutex_uncontended/Corvo");
+
+void boostNamedMutex(benchmark::State& state)
+{
+    namespace ipc = boost::interprocess;
+    const std::string name = "corvo-bench-boost-" + std::to_string(getpid());
+    ipc::named_mutex mutex(ipc::open_or_create, name.c_str());
+    for (auto _ : state) {
+        mutex.lock();
+        mutex.unlock();
+    }
+    ipc::named_mutex::remove(name.c_str());
+}
+BENCHMARK(boostNamedMutex)->Name("NamedMutex_uncontended/Boost.Interprocess");
 
 } // namespace
 

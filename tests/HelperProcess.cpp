@@ -2,20 +2,26 @@
 #include "HelperProcess.h"
 
 #include "CorvoMutex.h"
+#include "CorvoPlatform.h"
 #include "CorvoSemaphore.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 
 #include <unistd.h>
-#if defined(_WIN32)
-#  include <windows.h>
-#else
+#if !defined(_WIN32)
+#  include <fcntl.h>
+#  include <signal.h>
+#  include <spawn.h>
+#  include <sys/mman.h>
 #  include <sys/wait.h>
 
 #  include <filesystem>
+
+extern char** environ;
 #endif
 
 using namespace Vesk::Corvo;
@@ -36,6 +42,16 @@ int helperRole(const std::string& role, const std::string& name)
         Win32Semaphore(name, 0, 1, true).release(); // and once more as it goes
         return 0;
     }
+    if (role == "wait-semaphore") {
+        // Says that it is about to wait, then waits: 1 if it got a count.
+        const std::wstring wide(name.begin(), name.end()), ready = wide + L"-ready";
+        HANDLE semaphore = CreateSemaphoreW(nullptr, 0, 1, wide.c_str());
+        HANDLE readiness = CreateSemaphoreW(nullptr, 0, 1, ready.c_str());
+        ReleaseSemaphore(readiness, 1, nullptr);
+        return WaitForSingleObject(semaphore, 20000) == WAIT_OBJECT_0 ? 1 : 0;
+    }
+    if (role.compare(0, 6, "storm:") == 0)
+        return corvo_test::stormHelper(std::atoi(role.c_str() + 6), name);
     return 100;
 }
 
@@ -43,18 +59,140 @@ int helperRole(const std::string& role, const std::string& name)
 
 namespace corvo_test {
 
-int runHelper(const std::string& role, const std::string& name)
-{
-    const std::string arguments = " --helper " + role + " " + name;
 #if defined(_WIN32)
+
+Helper::Helper(const std::string& role, const std::string& name)
+{
     char program[MAX_PATH];
     GetModuleFileNameA(nullptr, program, MAX_PATH);
-    return std::system(('"' + std::string(program) + '"' + arguments).c_str());
-#else
-    const int status = std::system(("'" + std::filesystem::read_symlink("/proc/self/exe").native() + "'" + arguments).c_str());
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-#endif
+    std::string command = '"' + std::string(program) + "\" --helper " + role + " " + name;
+    STARTUPINFOA startup = {};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process = {};
+    if (CreateProcessA(nullptr, &command[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process)) {
+        CloseHandle(process.hThread);
+        m_process = reinterpret_cast<std::intptr_t>(process.hProcess);
+    } else
+        m_ended = true;
 }
+
+Helper::~Helper()
+{
+    kill();
+    if (m_process)
+        CloseHandle(reinterpret_cast<HANDLE>(m_process));
+}
+
+void Helper::kill()
+{
+    if (m_ended)
+        return;
+    TerminateProcess(reinterpret_cast<HANDLE>(m_process), 137);
+    wait();
+}
+
+int Helper::wait()
+{
+    if (m_ended)
+        return m_code;
+    WaitForSingleObject(reinterpret_cast<HANDLE>(m_process), INFINITE);
+    m_ended = true;
+    DWORD code = 0;
+    GetExitCodeProcess(reinterpret_cast<HANDLE>(m_process), &code);
+    m_code = code == 137 ? -1 : static_cast<int>(code);
+    return m_code;
+}
+
+bool Helper::asleep() const { return true; }
+
+SharedMemory::SharedMemory(const std::string& name, std::size_t size, bool create)
+    : m_name(name), m_size(size), m_created(create)
+{
+    const std::string mappingName = "Local\\" + name;
+    HANDLE mapping = create ? CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0,
+                                                 static_cast<DWORD>(size), mappingName.c_str())
+                            : OpenFileMappingA(FILE_MAP_ALL_ACCESS, FALSE, mappingName.c_str());
+    m_mapping = reinterpret_cast<std::intptr_t>(mapping);
+    if (mapping)
+        m_data = MapViewOfFile(mapping, FILE_MAP_ALL_ACCESS, 0, 0, size);
+}
+
+SharedMemory::~SharedMemory()
+{
+    if (m_data)
+        UnmapViewOfFile(m_data);
+    if (m_mapping)
+        CloseHandle(reinterpret_cast<HANDLE>(m_mapping));
+}
+
+#else
+
+Helper::Helper(const std::string& role, const std::string& name)
+{
+    const std::string program = std::filesystem::read_symlink("/proc/self/exe").native();
+    const char* arguments[] = {program.c_str(), "--helper", role.c_str(), name.c_str(), nullptr};
+    pid_t pid = 0;
+    if (posix_spawn(&pid, program.c_str(), nullptr, nullptr, const_cast<char* const*>(arguments), environ) == 0)
+        m_process = pid;
+    else
+        m_ended = true;
+}
+
+Helper::~Helper() { kill(); }
+
+void Helper::kill()
+{
+    if (m_ended)
+        return;
+    ::kill(static_cast<pid_t>(m_process), SIGKILL);
+    wait();
+}
+
+int Helper::wait()
+{
+    if (m_ended)
+        return m_code;
+    int status = 0;
+    while (waitpid(static_cast<pid_t>(m_process), &status, 0) < 0 && errno == EINTR)
+        ;
+    m_ended = true;
+    m_code = WIFEXITED(status) ? WEXITSTATUS(status) : WIFSIGNALED(status) ? -WTERMSIG(status) : -1;
+    return m_code;
+}
+
+bool Helper::asleep() const
+{
+    // The state follows the name, which may itself hold a ')'.
+    std::ifstream stat("/proc/" + std::to_string(m_process) + "/stat");
+    const std::string line((std::istreambuf_iterator<char>(stat)), std::istreambuf_iterator<char>());
+    const std::size_t end = line.rfind(')');
+    return end != std::string::npos && end + 2 < line.size() && line[end + 2] == 'S';
+}
+
+SharedMemory::SharedMemory(const std::string& name, std::size_t size, bool create)
+    : m_name("/" + name), m_size(size), m_created(create)
+{
+    const int descriptor = shm_open(m_name.c_str(), O_RDWR | (create ? O_CREAT | O_EXCL : 0), 0600);
+    if (descriptor < 0)
+        return;
+    if (!create || ftruncate(descriptor, static_cast<off_t>(size)) == 0) {
+        void* memory = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, 0);
+        m_data = memory == MAP_FAILED ? nullptr : memory;
+    }
+    close(descriptor);
+}
+
+SharedMemory::~SharedMemory()
+{
+    if (m_data)
+        munmap(m_data, m_size);
+    if (m_created)
+        shm_unlink(m_name.c_str());
+}
+
+#endif
+
+int runHelper(const std::string& role, const std::string& name) { return Helper(role, name).wait(); }
 
 std::string uniqueName(const std::string& what)
 {

@@ -3,16 +3,67 @@
 #ifndef CORVO_TEST_HELPER_PROCESS_H
 #define CORVO_TEST_HELPER_PROCESS_H
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
 
 namespace corvo_test {
 
-// Runs this program as a helper in the given role on the object name, waits
-// for it to end and gives its exit code (-1 if it could not be run).
+// This program, running as a helper in the given role on the object name.
+class Helper
+{
+public:
+    Helper(const std::string& role, const std::string& name);
+    // Kills one that still runs.
+    ~Helper();
+    Helper(const Helper&) = delete;
+    Helper& operator=(const Helper&) = delete;
+
+    // Ends it at once, however busy it is (SIGKILL on Linux, TerminateProcess
+    // on Windows), and waits until it has gone.
+    void kill();
+    // Waits for its end and gives its exit code (-1 if it could not be run
+    // or was killed).
+    int wait();
+    // Whether it sleeps in the kernel now; always true where that can't be
+    // told (Windows).
+    bool asleep() const;
+
+private:
+    std::intptr_t m_process = 0;
+    bool m_ended = false;
+    int m_code = -1;
+};
+
+// Runs a helper and gives its exit code.
 int runHelper(const std::string& role, const std::string& name);
 
 // A name that no other test process uses at the same time.
 std::string uniqueName(const std::string& what);
+
+// Memory that the processes mapping one name share, zeroed when created;
+// null data on failure. The creator's object takes the name with it.
+class SharedMemory
+{
+public:
+    SharedMemory(const std::string& name, std::size_t size, bool create);
+    ~SharedMemory();
+    SharedMemory(const SharedMemory&) = delete;
+    SharedMemory& operator=(const SharedMemory&) = delete;
+
+    void* data() const { return m_data; }
+
+private:
+    std::string m_name;
+    std::size_t m_size;
+    bool m_created;
+    std::intptr_t m_mapping = 0;
+    void* m_data = nullptr;
+};
+
+// The role of a helper in the kill storm (PlatformSyncTest.cpp), for the
+// helper of the given number.
+int stormHelper(int number, const std::string& name);
 
 } // namespace corvo_test
 

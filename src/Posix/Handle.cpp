@@ -3,6 +3,11 @@
 #include "Handle.h"
 #include "PosixSupport.h"
 
+#include <linux/futex.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <climits>
 #include <cstdint>
 #include <mutex>
 #include <shared_mutex>
@@ -108,6 +113,9 @@ Deadline Deadline::after(DWORD milliseconds)
     if (milliseconds == INFINITE)
         return deadline;
     deadline.m_unlimited = false;
+    deadline.m_poll = milliseconds == 0;
+    if (deadline.m_poll)
+        return deadline;
     deadline.m_when = now();
     deadline.m_when.tv_sec += milliseconds / 1000;
     deadline.m_when.tv_nsec += static_cast<long>(milliseconds % 1000) * 1000000L;
@@ -118,7 +126,7 @@ Deadline Deadline::after(DWORD milliseconds)
     return deadline;
 }
 
-bool Deadline::passed() const { return !m_unlimited && !before(now(), m_when); }
+bool Deadline::passed() const { return m_poll || (!m_unlimited && !before(now(), m_when)); }
 
 timespec Deadline::onRealtimeClock() const
 {
@@ -168,48 +176,97 @@ std::shared_ptr<KernelObject> lookUp(HANDLE handle, KernelObject::Kind kind, DWO
     return found;
 }
 
-void Monitor::initialise(bool shared)
+namespace {
+
+long futex(std::atomic<std::uint32_t>& word, int operation, bool shared, std::uint32_t value,
+           const timespec* time)
 {
-    const int sharing = shared ? PTHREAD_PROCESS_SHARED : PTHREAD_PROCESS_PRIVATE;
+    return syscall(SYS_futex, reinterpret_cast<std::uint32_t*>(&word),
+                   operation | (shared ? 0 : FUTEX_PRIVATE_FLAG), value, time, nullptr,
+                   FUTEX_BITSET_MATCH_ANY);
+}
+
+// The longest that a sleeper on shared memory goes without looking again.
+const long sharedSliceNanoseconds = 100 * 1000000L;
+
+timespec later(timespec time, long nanoseconds)
+{
+    time.tv_nsec += nanoseconds;
+    time.tv_sec += time.tv_nsec / 1000000000L;
+    time.tv_nsec %= 1000000000L;
+    return time;
+}
+
+} // namespace
+
+bool sleepWhile(std::atomic<std::uint32_t>& word, std::uint32_t expected, const Deadline& deadline,
+                bool shared)
+{
+    long result;
+    if (deadline.unlimited()) {
+        // A relative time-out: the unlimited wait reads no clock.
+        const timespec slice = {0, sharedSliceNanoseconds};
+        result = futex(word, FUTEX_WAIT, shared, expected, shared ? &slice : nullptr);
+    } else {
+        if (deadline.passed())
+            return false;
+        timespec until = deadline.when();
+        if (shared) {
+            const timespec sliceEnd = later(now(), sharedSliceNanoseconds);
+            if (before(sliceEnd, until))
+                until = sliceEnd;
+        }
+        // FUTEX_WAIT_BITSET takes an absolute time on the monotonic clock.
+        result = futex(word, FUTEX_WAIT_BITSET, shared, expected, &until);
+    }
+    return result == 0 || errno != ETIMEDOUT || !deadline.passed();
+}
+
+void wakeAll(std::atomic<std::uint32_t>& word, bool shared)
+{
+    futex(word, FUTEX_WAKE, shared, INT_MAX, nullptr);
+}
+
+void Monitor::initialise(bool sharedWithProcesses)
+{
     pthread_mutexattr_t lockAttributes;
     abortOnError(pthread_mutexattr_init(&lockAttributes), "pthread_mutexattr_init");
-    abortOnError(pthread_mutexattr_setpshared(&lockAttributes, sharing), "pthread_mutexattr_setpshared");
-    if (shared)
+    abortOnError(pthread_mutexattr_setpshared(&lockAttributes, sharedWithProcesses ? PTHREAD_PROCESS_SHARED
+                                                                                   : PTHREAD_PROCESS_PRIVATE),
+                 "pthread_mutexattr_setpshared");
+    if (sharedWithProcesses)
         abortOnError(pthread_mutexattr_setrobust(&lockAttributes, PTHREAD_MUTEX_ROBUST),
                      "pthread_mutexattr_setrobust");
     abortOnError(pthread_mutex_init(&lock, &lockAttributes), "pthread_mutex_init");
     pthread_mutexattr_destroy(&lockAttributes);
-
-    pthread_condattr_t conditionAttributes;
-    abortOnError(pthread_condattr_init(&conditionAttributes), "pthread_condattr_init");
-    abortOnError(pthread_condattr_setpshared(&conditionAttributes, sharing), "pthread_condattr_setpshared");
-    abortOnError(pthread_condattr_setclock(&conditionAttributes, CLOCK_MONOTONIC),
-                 "pthread_condattr_setclock");
-    abortOnError(pthread_cond_init(&changed, &conditionAttributes), "pthread_cond_init");
-    pthread_condattr_destroy(&conditionAttributes);
+    sequence.store(0, std::memory_order_relaxed);
+    sleepers = 0;
+    shared = sharedWithProcesses;
 }
 
-void Monitor::destroy()
-{
-    pthread_cond_destroy(&changed);
-    pthread_mutex_destroy(&lock);
-}
+void Monitor::destroy() { pthread_mutex_destroy(&lock); }
 
 namespace {
 
-// A lock whose last holder died is taken over as it stands.
-void recover(int result, pthread_mutex_t& lock, const char* call)
+// Takes a monitor's lock; true when its last holder died with it, and the
+// lock is taken over as it stands.
+bool lockMonitor(Monitor& monitor)
 {
-    if (result == EOWNERDEAD)
-        result = pthread_mutex_consistent(&lock);
-    abortOnError(result, call);
+    const int result = pthread_mutex_lock(&monitor.lock);
+    if (result != EOWNERDEAD) {
+        abortOnError(result, "pthread_mutex_lock");
+        return false;
+    }
+    abortOnError(pthread_mutex_consistent(&monitor.lock), "pthread_mutex_consistent");
+    return true;
 }
 
 } // namespace
 
 MonitorLock::MonitorLock(Monitor& monitor) : m_monitor(monitor)
 {
-    recover(pthread_mutex_lock(&m_monitor.lock), m_monitor.lock, "pthread_mutex_lock");
+    if (lockMonitor(m_monitor))
+        notifyAll();
 }
 
 MonitorLock::~MonitorLock()
@@ -219,23 +276,24 @@ MonitorLock::~MonitorLock()
 
 void MonitorLock::notifyAll()
 {
-    abortOnError(pthread_cond_broadcast(&m_monitor.changed), "pthread_cond_broadcast");
+    m_monitor.sequence.fetch_add(1, std::memory_order_relaxed);
+    if (m_monitor.sleepers > 0)
+        wakeAll(m_monitor.sequence, m_monitor.shared);
 }
 
 bool MonitorLock::waitForChange(const Deadline& deadline)
 {
-    if (deadline.unlimited()) {
-        recover(pthread_cond_wait(&m_monitor.changed, &m_monitor.lock), m_monitor.lock,
-                "pthread_cond_wait");
-        return true;
-    }
     if (deadline.passed())
         return false;
-    const int result = pthread_cond_timedwait(&m_monitor.changed, &m_monitor.lock, &deadline.when());
-    if (result == ETIMEDOUT)
-        return false;
-    recover(result, m_monitor.lock, "pthread_cond_timedwait");
-    return true;
+    // Any change after this look bumps the number, which the sleep sees.
+    const std::uint32_t seen = m_monitor.sequence.load(std::memory_order_relaxed);
+    ++m_monitor.sleepers;
+    abortOnError(pthread_mutex_unlock(&m_monitor.lock), "pthread_mutex_unlock");
+    const bool inTime = sleepWhile(m_monitor.sequence, seen, deadline, m_monitor.shared);
+    if (lockMonitor(m_monitor))
+        notifyAll();
+    --m_monitor.sleepers;
+    return inTime;
 }
 
 } // namespace Posix

@@ -7,6 +7,8 @@
 
 #include <pthread.h>
 
+#include <atomic>
+#include <cstdint>
 #include <ctime>
 #include <functional>
 #include <memory>
@@ -20,6 +22,7 @@ class Deadline
 {
 public:
     // INFINITE gives no deadline; 0 one that has passed already (a poll).
+    // Neither reads the clock.
     static Deadline after(DWORD milliseconds);
 
     bool unlimited() const { return m_unlimited; }
@@ -30,6 +33,7 @@ public:
 
 private:
     bool m_unlimited = true;
+    bool m_poll = false;
     timespec m_when{};
 };
 
@@ -104,16 +108,36 @@ std::shared_ptr<Object> lookUp(HANDLE handle, DWORD access)
     return std::static_pointer_cast<Object>(lookUp(handle, Object::objectKind, access));
 }
 
-// A lock and a condition variable on the monotonic clock, which live in the
-// object or, for a named one, in memory shared between processes. The lock
-// is robust: a process that dies holding it leaves it usable, since it is
-// only ever held for a few instructions that keep the guarded state whole.
+// Waits are built on futex words, which a process can be killed in the
+// middle of using without leaving them broken: a sleeper is only a place in
+// the kernel's queue, and a dead one is simply gone from it.
+static_assert(sizeof(std::atomic<std::uint32_t>) == 4 && std::atomic<std::uint32_t>::is_always_lock_free,
+              "a futex is a plain 32-bit word");
+
+// Sleeps while word holds expected, until a wake, the deadline or a signal;
+// false only once the deadline has passed. A word in memory shared with
+// other processes is slept on for a slice at most: a process killed between
+// its change of the state and its wake can't leave a sleeper behind for
+// longer than that.
+bool sleepWhile(std::atomic<std::uint32_t>& word, std::uint32_t expected, const Deadline& deadline,
+                bool shared);
+// Wakes every sleeper on word.
+void wakeAll(std::atomic<std::uint32_t>& word, bool shared);
+
+// A lock and a sequence number that counts the changes of the state it
+// guards, in the object or, for a named one, in memory shared between
+// processes. The lock is robust: a process that dies holding it leaves it
+// usable, since it is only ever held for a few instructions that keep the
+// guarded state whole; the next holder then wakes every sleeper, in case
+// the dead one changed the state without doing so.
 struct Monitor
 {
     pthread_mutex_t lock;
-    pthread_cond_t changed;
+    std::atomic<std::uint32_t> sequence; // the futex word sleepers wait on
+    std::uint32_t sleepers; // under the lock; a killed sleeper stays counted, which costs wakes only
+    bool shared;
 
-    void initialise(bool shared);
+    void initialise(bool sharedWithProcesses);
     void destroy();
 };
 

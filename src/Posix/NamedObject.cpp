@@ -6,8 +6,9 @@
 // waiting: that succeeds only when no other process holds the name, and then
 // it removes the file. A file that nobody holds a lock on was left by
 // processes that were killed: the next opener removes it. A new object is
-// made and filled under a private name and linked to its name only then, so
-// that nobody sees it half made.
+// made and filled in a file that has no name yet, and linked to its name
+// only then: nobody sees it half made, and a process killed while making it
+// leaves no file.
 #include "NamedObject.h"
 #include "PosixSupport.h"
 
@@ -16,7 +17,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cstdio>
 
 namespace Vesk {
@@ -75,15 +75,13 @@ void* map(int descriptor, std::size_t size)
     return mapping == MAP_FAILED ? nullptr : mapping;
 }
 
-// Makes the object under a private name and links it to path. False with
-// errno EEXIST when the name was taken meanwhile.
+// Makes the object in a file without a name, and links it to path only
+// once it is whole: a process killed on the way leaves nothing behind. False
+// with errno EEXIST when the name was taken meanwhile.
 bool publishNew(const std::string& path, NamedBlock::Kind kind, std::size_t total,
                 const std::function<void(void*)>& initialise, int& descriptor, void*& mapping)
 {
-    static std::atomic<unsigned> serial{0};
-    const std::string privateName = std::string(directory) + "corvo-new." +
-                                    std::to_string(getpid()) + "." + std::to_string(++serial);
-    descriptor = open(privateName.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    descriptor = open(directory, O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
     if (descriptor < 0)
         return false;
     bool published = false;
@@ -91,17 +89,20 @@ bool publishNew(const std::string& path, NamedBlock::Kind kind, std::size_t tota
         (mapping = map(descriptor, total)) != nullptr) {
         static_cast<Header*>(mapping)->kind = static_cast<std::uint32_t>(kind);
         initialise(static_cast<char*>(mapping) + dataOffset);
-        published = lockFile(descriptor, F_RDLCK, false) && link(privateName.c_str(), path.c_str()) == 0;
+        // Linking a descriptor itself would need a privilege; its /proc
+        // entry does not.
+        const std::string self = "/proc/self/fd/" + std::to_string(descriptor);
+        published = lockFile(descriptor, F_RDLCK, false) &&
+                    linkat(AT_FDCWD, self.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0;
     }
-    const int error = errno;
-    unlink(privateName.c_str());
     if (!published) {
+        const int error = errno;
         if (mapping)
             munmap(mapping, total);
         close(descriptor);
         mapping = nullptr;
+        errno = error;
     }
-    errno = error;
     return published;
 }
 
@@ -178,7 +179,11 @@ NamedBlock::~NamedBlock()
 {
     if (lockFile(m_descriptor, F_WRLCK, false) && linked(m_descriptor))
         unlink(m_path.c_str());
-    if (!m_keepMapping)
+    // A mapping holds the open file, and so its lock, for as long as it
+    // stays: one that is kept lets go of the lock itself.
+    if (m_keepMapping)
+        lockFile(m_descriptor, F_UNLCK, false);
+    else
         munmap(m_mapping, m_size);
     close(m_descriptor);
 }

@@ -7,6 +7,9 @@
 #include "Win32Sync.h"
 #include "Win32Thread.h"
 
+#include <sys/syscall.h>
+#include <unistd.h>
+
 #include <atomic>
 #include <new>
 
@@ -60,10 +63,12 @@ struct MutexState
     pthread_mutex_t mutex;
 
     // glibc's record of the owning thread: its number, and flag bits above.
-    bool owned() const { return mutex.__data.__owner != 0; }
-    bool ownedByCaller() const
+    pid_t owner() const { return static_cast<pid_t>(mutex.__data.__owner & 0x3FFFFFFF); }
+    bool ownedByCaller() const { return static_cast<DWORD>(owner()) == GetCurrentThreadId(); }
+    // A dead owner's number stays until the next wait takes the mutex over.
+    bool ownedInThisProcess() const
     {
-        return static_cast<DWORD>(mutex.__data.__owner & 0x3FFFFFFF) == GetCurrentThreadId();
+        return owner() != 0 && syscall(SYS_tgkill, getpid(), owner(), 0) == 0;
     }
 
     void initialise(bool shared)
@@ -112,7 +117,7 @@ public:
     // the memory of a mutex that is closed while owned must stay valid.
     ~MutexObject() override
     {
-        if (m_state->owned())
+        if (m_state->ownedInThisProcess())
             m_state.keep();
     }
 
@@ -189,53 +194,53 @@ public:
     }
 };
 
-// The state is a word of its own, so that resetting an event, and setting
-// one that nobody waits on, take no lock. A waiter counts itself before it
-// looks at the state, so a setter that counts no waiter can't miss one: the
-// waiter's look comes after the set.
+// The state is a futex word of its own, so that resetting an event, setting
+// one that is set or that nobody waits on, and waiting on a set one take no
+// lock and no system call. A waiter counts itself before it looks at the
+// state, so a setter that counts no waiter can't miss one: the waiter's look
+// comes after the set; and it sleeps only while the word still reads unset.
 class EventObject : public KernelObject
 {
 public:
     static constexpr Kind objectKind = Kind::Event;
 
     EventObject(bool manualReset, bool signalled)
-        : KernelObject(objectKind), m_manualReset(manualReset), m_signalled(signalled)
+        : KernelObject(objectKind), m_manualReset(manualReset), m_signalled(signalled ? 1 : 0)
     {
-        m_monitor.initialise(false);
     }
-    ~EventObject() override { m_monitor.destroy(); }
 
     WaitOutcome wait(const Deadline& deadline) override
     {
         if (take())
             return WaitOutcome::Acquired;
-        MonitorLock hold(m_monitor);
-        ++m_waiters;
-        const WaitOutcome outcome = hold.waitFor(deadline, [this] { return take(); });
-        --m_waiters;
+        m_waiters.fetch_add(1);
+        WaitOutcome outcome = WaitOutcome::Acquired;
+        while (!take())
+            if (!sleepWhile(m_signalled, 0, deadline, false)) {
+                outcome = take() ? WaitOutcome::Acquired : WaitOutcome::TimedOut;
+                break;
+            }
+        m_waiters.fetch_sub(1);
         return outcome;
     }
 
     void set(bool signalled)
     {
         if (!signalled)
-            m_signalled.store(false, std::memory_order_release);
-        else if (!m_signalled.exchange(true) && m_waiters.load() > 0) {
-            MonitorLock hold(m_monitor);
-            hold.notifyAll();
-        }
+            m_signalled.store(0, std::memory_order_release);
+        else if (m_signalled.load() == 0 && m_signalled.exchange(1) == 0 && m_waiters.load() > 0)
+            wakeAll(m_signalled, false);
     }
 
 private:
     bool take()
     {
-        bool expected = true;
-        return m_manualReset ? m_signalled.load() : m_signalled.compare_exchange_strong(expected, false);
+        std::uint32_t expected = 1;
+        return m_signalled.load() != 0 && (m_manualReset || m_signalled.compare_exchange_strong(expected, 0));
     }
 
-    Monitor m_monitor;
     const bool m_manualReset;
-    std::atomic<bool> m_signalled;
+    std::atomic<std::uint32_t> m_signalled;
     std::atomic<unsigned> m_waiters{0};
 };
 

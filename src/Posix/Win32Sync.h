@@ -29,6 +29,8 @@ void LeaveCriticalSection(LPCRITICAL_SECTION section);
 // name: creating one with a name that exists attaches to it (the last error
 // is then ERROR_ALREADY_EXISTS), and the object goes away with its last
 // handle in any process, also when the processes that held it were killed.
+// A process killed in any call, a wait included, leaves the object whole for
+// the others.
 // A mutex whose owning thread ends, or whose process dies, is abandoned: the
 // next wait gets WAIT_ABANDONED and owns it. Mutexes are recursive for their
 // owner. Only FALSE is accepted as the initial owner; inheritance is not
