@@ -101,7 +101,7 @@ void LogToRollingFilePolicy::createFileName(std::string& path)
 void LogToRollingFilePolicy::openCurrentFile()
 {
     m_currentSize = 0;
-    LogLine::openUnbuffered(m_stream, m_currentFile);
+    LogLine::openForAppend(m_stream, m_currentFile);
 }
 
 void LogToRollingFilePolicy::log(const std::string& head, const std::wstring& text)
@@ -120,16 +120,12 @@ void LogToRollingFilePolicy::log(const std::string& head, const std::string& tex
 void LogToRollingFilePolicy::writeRecord(const std::string& head, const std::string& bytes,
                                          std::size_t textLength)
 {
-    LogLine::ReusedBuffer buffer(LogLine::ReusedBuffer::Line);
-    std::string& line = buffer.text();
-    LogLine::appendThreadColumn(line);
-    LogLine::appendDecimal(line, m_recordCount++);
-    line += " - ";
-    const std::size_t startLength = line.size();
-    LogLine::appendTerminated(line, head);
-    LogLine::appendTerminated(line, bytes);
-    LogLine::finishFileLine(m_stream, line);
-    m_currentSize += startLength + head.length() + textLength;
+    char digits[20];
+    const LogLine::Piece number = LogLine::decimal(digits, m_recordCount++);
+    const LogLine::Piece pieces[] = {LogLine::threadColumn(), number, {" - ", 3}, LogLine::terminated(head),
+                                     LogLine::terminated(bytes)};
+    LogLine::writeToFile(m_stream, LogLine::Line(pieces));
+    m_currentSize += pieces[0].size + number.size + 3 + head.length() + textLength;
     checkAndRoll();
 }
 
