@@ -20,7 +20,8 @@ public:
     // nameFormat prints and scans a file name with one conversion of an
     // unsigned short, such as "app-%hu.log". The series goes on after the
     // files of an earlier run, always in a new file. A maxFiles of 0 counts
-    // as 1.
+    // as 1. Any other name format (%s, %n, two numbers, a name of 260
+    // characters or more) is refused: the constructor throws Zim::Exception.
     LogToRollingFilePolicy(const std::string& directory, const std::string& nameFormat,
                            unsigned short maxFiles, unsigned long long maxSize);
     virtual ~LogToRollingFilePolicy();
