@@ -180,6 +180,7 @@ void Logger::logTagf(LogLevel level, const std::string& tag, const char* format,
 {
     if (level < m_filterLevel || !anyPolicyEnabled())
         return;
+    const LastErrorKeeper keeper;
     va_list args;
     va_start(args, format);
     const std::string text = formatted(format, args);
@@ -191,6 +192,7 @@ void Logger::logTagf(LogLevel level, const std::string& tag, const wchar_t* form
 {
     if (level < m_filterLevel || !anyPolicyEnabled())
         return;
+    const LastErrorKeeper keeper;
     va_list args;
     va_start(args, format);
     const std::wstring text = formatted(format, args);
@@ -243,6 +245,7 @@ void Logger::logf(const char* format, ...)
 {
     if (!anyPolicyEnabled())
         return;
+    const LastErrorKeeper keeper;
     va_list args;
     va_start(args, format);
     const std::string text = formatted(format, args);
@@ -254,6 +257,7 @@ void Logger::logf(const wchar_t* format, ...)
 {
     if (!anyPolicyEnabled())
         return;
+    const LastErrorKeeper keeper;
     va_list args;
     va_start(args, format);
     const std::wstring text = formatted(format, args);
