@@ -138,7 +138,8 @@ TEST(RollingFile, RefusesNameFormatsOtherThanOneUnsignedShort)
                                "log%", "log%h", "%hi.log", "%hs.log", "%%hu.log"}) {
         EXPECT_TRUE(raisedAt<Vesk::Zim::Exception>(
             [&] { LogToRollingFilePolicy(dir.path(), format, 3, 100); },
-            std::string("A log file name format [") + format + "] does not hold exactly one conversion of an unsigned short",
+            std::string("A log file name format [") + format +
+                "] does not hold exactly one conversion of an unsigned short",
             "src/Zim/ZimLogToRollingFilePolicy.cpp", "Vesk::Zim::LogToRollingFilePolicy::LogToRollingFilePolicy"))
             << format;
     }

@@ -80,7 +80,9 @@ const std::string& buildHead(LogLine::ReusedBuffer& buffer, LogLevel level, cons
     const unsigned long long key = static_cast<unsigned long long>(time.second) * 8 + index;
     const std::size_t tagAt = time.size + 2 + levelTexts[index].size;
     std::string& head = buffer.text();
-    if (buffer.key() != key || head.size() != tagAt + tag.size() + 2 || std::memcmp(head.data() + tagAt, tag.data(), tag.size()) != 0) {
+    const bool same = buffer.key() == key && head.size() == tagAt + tag.size() + 2 &&
+                      std::memcmp(head.data() + tagAt, tag.data(), tag.size()) == 0;
+    if (!same) {
         const LogLine::Piece pieces[] = {
             {time.text, time.size}, {" [", 2}, levelTexts[index], {tag.data(), tag.size()}, {"] ", 2}};
         LogLine::join(head, pieces, 5);
