@@ -1,12 +1,19 @@
-// The Logger beside spdlog, record for record: the same line length, a flush
-// per record on both sides, files on the directory given as the first
-// argument (default /dev/shm). A raw write(2) of the same line is the limit.
-// Rounds are interleaved; the medians and their ratios are printed.
+// The Logger beside spdlog and POCO, record for record: lines of the same
+// length, a flush per record on every side, files on the directory given as
+// the first argument (default /dev/shm). A raw write(2) of the same line is
+// the limit. Rounds are interleaved, each round in another order; the
+// medians of the time per record and of the ratios are printed, a ratio
+// being the peer's time over Corvo's (above 1: Corvo is faster).
 //
 //   corvo_log_bench [directory] [rounds] [records]
 #include "ZimLogToRollingFilePolicy.h"
 #include "ZimLogger.h"
 
+#include <Poco/AutoPtr.h>
+#include <Poco/FileChannel.h>
+#include <Poco/FormattingChannel.h>
+#include <Poco/Logger.h>
+#include <Poco/PatternFormatter.h>
 #include <spdlog/sinks/basic_file_sink.h>
 #include <spdlog/sinks/rotating_file_sink.h>
 #include <spdlog/sinks/stdout_sinks.h>
@@ -20,6 +27,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <map>
@@ -33,150 +41,195 @@ using Vesk::Zim::LogDebug;
 namespace {
 
 const std::string tag = "bench";
-// Corvo's head: "yyyy/mm/dd hh:mm:ss [[DEBUG]bench] "; spdlog prints the same.
-const char* const pattern = "%t - %Y/%m/%d %H:%M:%S [[DEBUG]bench] %v";
-// A rolling line has one column more, " - <record number> - ": spdlog's text
-// is longer by as much, for record numbers of six digits.
+// Corvo's head: "yyyy/mm/dd hh:mm:ss [[DEBUG]bench] ", which the peers print
+// too, behind the thread number (POCO's own thread numbers are 0 outside
+// its threads: it prints the process number, as long on the main thread).
+const char* const spdlogPattern = "%t - %Y/%m/%d %H:%M:%S [[DEBUG]bench] %v";
+const char* const pocoPattern = "%P - %L%Y/%m/%d %H:%M:%S [[DEBUG]bench] %t";
+// A rolling line has one column more, " - <record number> - ": the peers'
+// text is longer by as much, for record numbers of six digits.
 const std::string rollingPad = "123456 - ";
-const std::string text(64, 'x');
+const unsigned long long rollingSize = 64 << 10;
+const unsigned short rollingFiles = 5;
 
 std::string directory = "/dev/shm";
-unsigned records = 40000;
+unsigned baseRecords = 40000;
 
 std::string path(const std::string& name) { return directory + "/corvo-log-bench-" + name; }
 
-void removeSeries(const std::string& dir)
+void freshDirectory(const std::string& dir)
 {
-    for (int i = 0; i < 10; ++i) {
-        std::remove((dir + "/c-" + std::to_string(i) + ".log").c_str());
-        std::remove((dir + "/s.log").c_str());
-        std::remove((dir + "/s." + std::to_string(i) + ".log").c_str());
-    }
+    std::filesystem::remove_all(dir);
+    std::filesystem::create_directory(dir);
 }
 
-double timed(unsigned threads, const std::function<void()>& perThread)
+// Nanoseconds per record, for records spread over threads.
+double timed(unsigned threads, unsigned records, const std::function<void(unsigned count)>& perThread)
 {
+    const unsigned each = records / threads;
     const auto start = std::chrono::steady_clock::now();
     std::vector<std::thread> workers;
     for (unsigned t = 1; t < threads; ++t)
-        workers.emplace_back(perThread);
-    perThread();
+        workers.emplace_back(perThread, each);
+    perThread(each);
     for (std::thread& worker : workers)
         worker.join();
-    const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
-    return records / seconds.count();
-}
-
-std::size_t firstLineLength(const std::string& file)
-{
-    std::ifstream in(file.c_str());
-    std::string line;
-    std::getline(in, line);
-    return line.size() + 1;
+    const std::chrono::duration<double, std::nano> elapsed = std::chrono::steady_clock::now() - start;
+    return elapsed.count() / (each * threads);
 }
 
 std::map<std::string, std::size_t> lineLengths;
 
-double corvoFile(unsigned threads)
+// What one side does for one case: the text, the threads, the records.
+struct Load
+{
+    std::string text;
+    unsigned threads;
+    unsigned records;
+};
+
+void noteLineLength(const std::string& side, const Load& load, const std::string& file)
+{
+    std::ifstream in(file.c_str());
+    std::string line;
+    std::getline(in, line);
+    lineLengths[side + "/" + std::to_string(load.text.size())] = line.size() + 1;
+}
+
+double corvoFile(const Load& load)
 {
     const std::string file = path("corvo.log");
     std::remove(file.c_str());
-    double rate;
+    double ns;
     {
         Vesk::Zim::LogToFilePolicy policy(file);
         Logger::getSingleton().addPolicy(policy, true);
-        rate = timed(threads, [threads] {
-            for (unsigned i = 0; i < records / threads; ++i)
-                Logger::getSingleton().log(LogDebug, tag, text);
+        ns = timed(load.threads, load.records, [&load](unsigned count) {
+            for (unsigned i = 0; i < count; ++i)
+                Logger::getSingleton().log(LogDebug, tag, load.text);
         });
         Logger::getSingleton().disablePolicy("file");
     }
-    lineLengths["corvo file"] = firstLineLength(file);
-    return rate;
+    noteLineLength("Corvo", load, file);
+    return ns;
 }
 
-double spdlogRun(const std::shared_ptr<spdlog::logger>& logger, unsigned threads, const std::string& line)
+double spdlogRun(const std::shared_ptr<spdlog::logger>& logger, const Load& load, const std::string& text)
 {
-    logger->set_pattern(pattern);
+    logger->set_pattern(spdlogPattern);
     logger->flush_on(spdlog::level::trace);
-    return timed(threads, [&] {
-        for (unsigned i = 0; i < records / threads; ++i)
-            logger->info(line);
+    return timed(load.threads, load.records, [&](unsigned count) {
+        for (unsigned i = 0; i < count; ++i)
+            logger->info(text);
     });
 }
 
-double spdlogFile(unsigned threads)
+double spdlogFile(const Load& load)
 {
     const std::string file = path("spdlog.log");
     std::remove(file.c_str());
-    const double rate =
-        spdlogRun(std::make_shared<spdlog::logger>("f", std::make_shared<spdlog::sinks::basic_file_sink_mt>(file)),
-                  threads, text);
-    lineLengths["spdlog file"] = firstLineLength(file);
-    return rate;
+    const double ns = spdlogRun(
+        std::make_shared<spdlog::logger>("f", std::make_shared<spdlog::sinks::basic_file_sink_mt>(file)), load,
+        load.text);
+    noteLineLength("spdlog", load, file);
+    return ns;
 }
 
-double corvoRolling()
+// Through a Poco::Logger, as an application logs: message, pattern, channel.
+double pocoRun(Poco::Channel* channel, const Load& load, const std::string& text)
 {
-    const std::string dir = path("rolling");
-    removeSeries(dir);
-    double rate;
-    {
-        Vesk::Zim::LogToRollingFilePolicy policy(dir, "c-%hu.log", 5, 1 << 20);
-        Logger::getSingleton().addPolicy(policy, true);
-        rate = timed(1, [] {
-            for (unsigned i = 0; i < records; ++i)
-                Logger::getSingleton().log(LogDebug, tag, text);
-        });
-        Logger::getSingleton().disablePolicy("file");
-    }
-    lineLengths["corvo rolling"] = firstLineLength(dir + "/c-1.log") + 5; // "0" -> "123456"
-    return rate;
-}
-
-double spdlogRolling()
-{
-    const std::string dir = path("rolling");
-    removeSeries(dir);
-    const double rate = spdlogRun(
-        std::make_shared<spdlog::logger>(
-            "r", std::make_shared<spdlog::sinks::rotating_file_sink_mt>(dir + "/s.log", 1 << 20, 5)),
-        1, rollingPad + text);
-    lineLengths["spdlog rolling"] = firstLineLength(dir + "/s.log");
-    return rate;
-}
-
-double corvoConsole()
-{
-    Logger::getSingleton().logToConsole(true);
-    const double rate = timed(1, [] {
-        for (unsigned i = 0; i < records; ++i)
-            Logger::getSingleton().log(LogDebug, tag, text);
+    Poco::AutoPtr<Poco::Channel> target(channel);
+    Poco::AutoPtr<Poco::FormattingChannel> formatting(
+        new Poco::FormattingChannel(new Poco::PatternFormatter(pocoPattern), target));
+    Poco::Logger& logger = Poco::Logger::get("bench");
+    logger.setChannel(formatting);
+    logger.setLevel(Poco::Message::PRIO_TRACE);
+    const double ns = timed(load.threads, load.records, [&](unsigned count) {
+        for (unsigned i = 0; i < count; ++i)
+            logger.debug(text);
     });
-    Logger::getSingleton().logToConsole(false);
-    return rate;
+    logger.setChannel(nullptr);
+    return ns;
 }
 
-double spdlogConsole()
+double pocoFile(const Load& load)
 {
-    return spdlogRun(std::make_shared<spdlog::logger>("c", std::make_shared<spdlog::sinks::stdout_sink_mt>()), 1,
-                     text);
+    const std::string file = path("poco.log");
+    std::remove(file.c_str());
+    const double ns = pocoRun(new Poco::FileChannel(file), load, load.text);
+    noteLineLength("POCO", load, file);
+    return ns;
 }
 
-// The line that the file case writes, written as it stands.
-double rawWrite()
+// The line that the file case writes, written as it stands, by every thread
+// to one descriptor opened for appending.
+double rawWrite(const Load& load)
 {
     const std::string file = path("raw.log");
-    const std::string line = std::to_string(gettid()) + " - 2026/01/01 00:00:00 [[DEBUG]bench] " + text + "\n";
+    const std::string line = std::to_string(gettid()) + " - 2026/01/01 00:00:00 [[DEBUG]bench] " + load.text + "\n";
     const int fd = open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND, 0644);
-    const double rate = timed(1, [&] {
-        for (unsigned i = 0; i < records; ++i)
+    const double ns = timed(load.threads, load.records, [&](unsigned count) {
+        for (unsigned i = 0; i < count; ++i)
             if (write(fd, line.data(), line.size()) != static_cast<ssize_t>(line.size()))
                 std::abort();
     });
     close(fd);
-    lineLengths["raw write"] = line.size();
-    return rate;
+    lineLengths["raw/" + std::to_string(load.text.size())] = line.size();
+    return ns;
+}
+
+double corvoRolling(const Load& load)
+{
+    const std::string dir = path("corvo-rolling");
+    freshDirectory(dir);
+    double ns;
+    {
+        Vesk::Zim::LogToRollingFilePolicy policy(dir, "c-%hu.log", rollingFiles, rollingSize);
+        Logger::getSingleton().addPolicy(policy, true);
+        ns = timed(1, load.records, [&load](unsigned count) {
+            for (unsigned i = 0; i < count; ++i)
+                Logger::getSingleton().log(LogDebug, tag, load.text);
+        });
+        Logger::getSingleton().disablePolicy("file");
+    }
+    return ns;
+}
+
+double spdlogRolling(const Load& load)
+{
+    const std::string dir = path("spdlog-rolling");
+    freshDirectory(dir);
+    return spdlogRun(std::make_shared<spdlog::logger>("r", std::make_shared<spdlog::sinks::rotating_file_sink_mt>(
+                                                                dir + "/s.log", rollingSize, rollingFiles - 1)),
+                     load, rollingPad + load.text);
+}
+
+double pocoRolling(const Load& load)
+{
+    const std::string dir = path("poco-rolling");
+    freshDirectory(dir);
+    Poco::FileChannel* channel = new Poco::FileChannel(dir + "/p.log");
+    channel->setProperty("rotation", std::to_string(rollingSize / 1024) + " K");
+    channel->setProperty("archive", "number");
+    channel->setProperty("purgeCount", std::to_string(rollingFiles - 1));
+    return pocoRun(channel, load, rollingPad + load.text);
+}
+
+double corvoConsole(const Load& load)
+{
+    Logger::getSingleton().logToConsole(true);
+    const double ns = timed(1, load.records, [&load](unsigned count) {
+        for (unsigned i = 0; i < count; ++i)
+            Logger::getSingleton().log(LogDebug, tag, load.text);
+    });
+    Logger::getSingleton().logToConsole(false);
+    return ns;
+}
+
+double spdlogConsole(const Load& load)
+{
+    return spdlogRun(std::make_shared<spdlog::logger>("c", std::make_shared<spdlog::sinks::stdout_sink_mt>()), load,
+                     load.text);
 }
 
 double median(std::vector<double> values)
@@ -186,16 +239,29 @@ double median(std::vector<double> values)
     return n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
 }
 
+struct Side
+{
+    const char* name;
+    std::function<double(const Load&)> run;
+};
+
+// The first side is Corvo's.
+struct Case
+{
+    std::string name;
+    Load load;
+    std::vector<Side> sides;
+};
+
 } // namespace
 
 int main(int argc, char** argv)
 {
     if (argc > 1)
         directory = argv[1];
-    const int rounds = argc > 2 ? std::atoi(argv[2]) : 12;
+    const int rounds = argc > 2 ? std::atoi(argv[2]) : 11;
     if (argc > 3)
-        records = static_cast<unsigned>(std::atoi(argv[3]));
-    ::mkdir(path("rolling").c_str(), 0755);
+        baseRecords = static_cast<unsigned>(std::atoi(argv[3]));
 
     // The console cases write to /dev/null; the report goes to the old output.
     FILE* report = fdopen(dup(1), "w");
@@ -203,45 +269,59 @@ int main(int argc, char** argv)
         return 1;
     Logger::getSingleton();
 
-    struct Case
-    {
-        const char* name;
-        std::function<double()> corvo;
-        std::function<double()> other;
-    };
+    const Side corvo{"Corvo", corvoFile}, spdlog{"spdlog", spdlogFile}, poco{"POCO", pocoFile}, raw{"raw", rawWrite};
+    const std::string small(64, 'x'), kilo(1024, 'x'), large(16 << 10, 'x');
     const std::vector<Case> cases = {
-        {"file, 1 thread", [] { return corvoFile(1); }, [] { return spdlogFile(1); }},
-        {"file, 4 threads", [] { return corvoFile(4); }, [] { return spdlogFile(4); }},
-        {"rolling 1 MiB x 5, 1 thread", corvoRolling, spdlogRolling},
-        {"console to /dev/null", corvoConsole, spdlogConsole},
-        {"file, 1 thread, vs raw write(2)", [] { return corvoFile(1); }, rawWrite},
+        {"file 64 B, 1 thread", {small, 1, baseRecords}, {corvo, spdlog, poco, raw}},
+        {"file 64 B, 4 threads", {small, 4, baseRecords}, {corvo, spdlog, poco, raw}},
+        {"file 1 KiB, 1 thread", {kilo, 1, baseRecords / 4}, {corvo, spdlog, poco, raw}},
+        {"file 16 KiB, 1 thread", {large, 1, baseRecords / 40}, {corvo, spdlog, poco, raw}},
+        {"rolling 64 KiB x 5, 1 thread",
+         {small, 1, baseRecords},
+         {{"Corvo", corvoRolling}, {"spdlog", spdlogRolling}, {"POCO", pocoRolling}, raw}},
+        {"console to /dev/null", {small, 1, baseRecords}, {{"Corvo", corvoConsole}, {"spdlog", spdlogConsole}}},
     };
-    std::vector<std::vector<double>> corvo(cases.size()), other(cases.size()), ratio(cases.size());
+
+    // times[case][side][round]; ratios[case][side][round], peer over Corvo.
+    std::vector<std::vector<std::vector<double>>> times(cases.size()), ratios(cases.size());
+    for (std::size_t c = 0; c < cases.size(); ++c) {
+        times[c].resize(cases[c].sides.size());
+        ratios[c].resize(cases[c].sides.size());
+    }
     for (int round = 0; round < rounds; ++round) {
         for (std::size_t c = 0; c < cases.size(); ++c) {
-            // Alternate who goes first, so that neither side always gets the
-            // warmer page cache.
-            double a, b;
-            if (round % 2) {
-                b = cases[c].other();
-                a = cases[c].corvo();
-            } else {
-                a = cases[c].corvo();
-                b = cases[c].other();
+            // Each round starts with another side, so that none always gets
+            // the warmer caches.
+            const std::size_t n = cases[c].sides.size();
+            std::vector<double> ns(n);
+            for (std::size_t k = 0; k < n; ++k) {
+                const std::size_t s = (k + static_cast<std::size_t>(round)) % n;
+                ns[s] = cases[c].sides[s].run(cases[c].load);
             }
-            corvo[c].push_back(a);
-            other[c].push_back(b);
-            ratio[c].push_back(a / b);
+            for (std::size_t s = 0; s < n; ++s) {
+                times[c][s].push_back(ns[s]);
+                ratios[c][s].push_back(ns[s] / ns[0]);
+            }
         }
     }
 
-    std::fprintf(report, "%d rounds of %u records, files in %s; medians in records/s\n", rounds, records,
-                 directory.c_str());
-    std::fprintf(report, "%-34s %12s %12s %8s\n", "case", "Corvo", "other", "ratio");
-    for (std::size_t c = 0; c < cases.size(); ++c)
-        std::fprintf(report, "%-34s %11.0fk %11.0fk %8.2f\n", cases[c].name, median(corvo[c]) / 1000,
-                     median(other[c]) / 1000, median(ratio[c]));
-    std::fprintf(report, "line lengths:");
+    std::fprintf(report, "%d rounds, %u records of 64 B a round (fewer of the longer), files in %s\n", rounds,
+                 baseRecords, directory.c_str());
+    std::fprintf(report, "medians in ns per record:\n");
+    for (std::size_t c = 0; c < cases.size(); ++c) {
+        std::fprintf(report, "  %-30s", cases[c].name.c_str());
+        for (std::size_t s = 0; s < cases[c].sides.size(); ++s)
+            std::fprintf(report, " %s %.0f;", cases[c].sides[s].name, median(times[c][s]));
+        std::fprintf(report, "\n");
+    }
+    std::fprintf(report, "ratios, peer's time over Corvo's (above 1: Corvo is faster):\n");
+    for (std::size_t c = 0; c < cases.size(); ++c) {
+        std::fprintf(report, "  %-30s", cases[c].name.c_str());
+        for (std::size_t s = 1; s < cases[c].sides.size(); ++s)
+            std::fprintf(report, " %s %.2f;", cases[c].sides[s].name, median(ratios[c][s]));
+        std::fprintf(report, "\n");
+    }
+    std::fprintf(report, "line lengths, side/text:");
     for (const auto& entry : lineLengths)
         std::fprintf(report, " %s %zu;", entry.first.c_str(), entry.second);
     std::fprintf(report, "\n");

@@ -34,13 +34,16 @@ namespace Zim {
 class CORVO_API LogToRollingFilePolicy : public LogPolicy
 {
 public:
-    /// nameFormat prints and scans a file name with one conversion of an
-    /// unsigned short, such as "app-%hu.log"; a pattern with any other
-    /// conversion is refused, and the constructor throws. A name without a
-    /// number ("app.log") is one file: it replaces the last run's file at
-    /// start, and is emptied at each roll. The series goes on after the files
-    /// of an earlier run, always in a new file (the one after the last number
-    /// found, by the names' byte order). A maxFiles of 0 counts as 1.
+    /// nameFormat prints and scans a file name with exactly one conversion of
+    /// an unsigned short, such as "app-%hu.log" or "app-%03hx.log". Any other
+    /// format (no number, %u, %s, %n, two numbers, a name of 260 characters
+    /// or more) is refused: the constructor throws Zim::Exception "A log file
+    /// name format [FORMAT] does not hold exactly one conversion of an
+    /// unsigned short". The series goes on after the files of an earlier run,
+    /// always in a new file (the one after the last number found, by the
+    /// names' byte order). File numbers go round modulo maxFiles (with 3:
+    /// 1, 2, 0, 1, ...), and after a roll the next file is open, empty, at
+    /// once. A maxFiles of 0 counts as 1.
     LogToRollingFilePolicy(const std::string& directory, const std::string& nameFormat,
                            unsigned short maxFiles, unsigned long long maxSize);
     virtual ~LogToRollingFilePolicy();

@@ -137,7 +137,7 @@ private:
     template <class Text>
     void logRecord(LogLevel level, const std::string& tag, const Text& text);
     template <class Text>
-    void writeToPolicies(const std::string& level, const std::string& tag, const Text& text);
+    void writeToPolicies(LogLevel level, const std::string& tag, const Text& text);
     template <class Text>
     void logBare(const Text& text);
 

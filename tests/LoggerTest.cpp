@@ -182,6 +182,34 @@ TEST(Logger, PoliciesMayLogAgainAndAThrowFreesTheLock)
     logger().disablePolicy("reentrant");
 }
 
+// Code that logs between a call and its GetLastError must still read the
+// call's error, whatever the policies did to the thread's errors.
+TEST(Logger, RecordsLeaveTheThreadsLastErrorsAsTheyFoundThem)
+{
+    logger().setLogFilterLevel(LogDebug);
+    int calls = 0;
+    CallPolicy clobbering("clobbering", [&calls](const std::string&, const std::string&) {
+        ++calls;
+        SetLastError(ERROR_FILE_NOT_FOUND);
+        WSASetLastError(WSAECONNRESET);
+    });
+    logger().addPolicy(clobbering, true);
+    const std::function<void()> records[] = {[] { logger().log(LogError, "t", "x"); },
+                                             [] { logger().logTagf(LogError, "t", "%d", 1); },
+                                             [] { logger().log("bare"); }, [] { logger().logf("%d", 2); }};
+    for (const std::function<void()>& record : records) {
+        WSASetLastError(WSAEWOULDBLOCK);
+        SetLastError(ERROR_ACCESS_DENIED);
+        const DWORD error = GetLastError();
+        const int socketError = WSAGetLastError();
+        record();
+        EXPECT_EQ(GetLastError(), error);
+        EXPECT_EQ(WSAGetLastError(), socketError);
+    }
+    logger().disablePolicy("clobbering");
+    EXPECT_EQ(calls, 4);
+}
+
 TEST(LogToFilePolicy, AppendsFlushedLinesWholeAndWideTextAsUtf8)
 {
     TempDirectory dir("file-policy");

@@ -2,6 +2,8 @@
 // directories: numbering, the roll, surplus removal and restarts.
 #include "CorvoPlatform.h"
 #include "TempDirectory.h"
+#include "TestSupport.h"
+#include "ZimException.h"
 #include "ZimLogToRollingFilePolicy.h"
 
 #include <gtest/gtest.h>
@@ -12,6 +14,7 @@
 
 using Vesk::Zim::LogToRollingFilePolicy;
 using corvo_test::TempDirectory;
+using corvo_test::raisedAt;
 
 namespace {
 
@@ -74,6 +77,9 @@ TEST(RollingFile, SeriesOnDirectoriesOfOldFiles)
         {"wrap", {"log0.txt", "log1.txt", "log2.txt"}, "log%hu.txt", 3, 1000, {"one", "two"}, "log0.txt",
          {"log0.txt", "log1.txt", "log2.txt"}, {{"log0.txt", {"0 - h one", "1 - h two"}}}},
         {"protected", {".r1.log"}, ".r%hu.log", 1, 1000, {"x"}, ".r0.log", {".r0.log"}, {}},
+        // A percent sign, a zero flag and a width, hexadecimal.
+        {"format", {"%00b.log"}, "%%%03hx.log", 20, 0, {"x"}, "%00c.log", {"%00b.log", "%00c.log", "%00d.log"},
+         {{"%00c.log", {"0 - h x"}}}},
     };
     for (const auto& run : runs) {
         SCOPED_TRACE(run.label);
@@ -120,4 +126,22 @@ TEST(RollingFile, MissingDirectoryRecoversAtALaterRoll)
     policy.log("", std::string("lost too"));
     policy.log("", std::string("kept"));
     EXPECT_EQ(parent.lines("later/log3.txt"), withThread({"2 - kept"}));
+}
+
+// A name format that would hand sprintf and sscanf what they don't get is
+// refused before any file is touched.
+TEST(RollingFile, RefusesNameFormatsOtherThanOneUnsignedShort)
+{
+    TempDirectory dir("formats");
+    for (const char* format : {"log.txt", "log%s.txt", "log%n.txt", "%hu-%hu.log", "%u.log", "%lu.log", "%hhu.log",
+                               "%*hu.log", "%1$hu.log", "%.3hu.log", "%-3hu.log", "x%255hu.log", "%1000000000000hu.log",
+                               "log%", "log%h", "%hi.log", "%hs.log", "%%hu.log"}) {
+        EXPECT_TRUE(raisedAt<Vesk::Zim::Exception>(
+            [&] { LogToRollingFilePolicy(dir.path(), format, 3, 100); },
+            std::string("A log file name format [") + format +
+                "] does not hold exactly one conversion of an unsigned short",
+            "src/Zim/ZimLogToRollingFilePolicy.cpp", "Vesk::Zim::LogToRollingFilePolicy::LogToRollingFilePolicy"))
+            << format;
+    }
+    EXPECT_EQ(dir.names(), Names{});
 }

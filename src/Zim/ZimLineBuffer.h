@@ -1,9 +1,13 @@
-// The pieces of a record, built in buffers that each thread reuses, and the
-// line written to its stream in one piece, line end included, then flushed.
+// The pieces of a record: the Logger's head in a buffer that each thread
+// reuses, and a policy's line joined from its pieces and handed to its
+// target in one write, line end included.
 #ifndef ZIM_LINE_BUFFER_H
 #define ZIM_LINE_BUFFER_H
 
+#include <cstddef>
+#include <cstring>
 #include <fstream>
+#include <memory>
 #include <ostream>
 #include <string>
 
@@ -11,53 +15,105 @@ namespace Vesk {
 namespace Zim {
 namespace LogLine {
 
-// One of the calling thread's two buffers, emptied, for as long as the
-// object lives. Where that buffer is taken already (a policy that logs again
-// from its own log) or gone (a log call from a destructor at thread or
-// process end), the object holds a string of its own instead.
+// The calling thread's head buffer, as its last record left it, for as
+// long as the object lives. Where that buffer is taken already (a policy
+// that logs again from its own log) or gone (a log call from a destructor at
+// thread or process end), the object holds an empty string of its own
+// instead.
 class ReusedBuffer
 {
 public:
-    enum Kind
-    {
-        Head,
-        Line
-    };
-
-    explicit ReusedBuffer(Kind kind);
+    ReusedBuffer();
     ~ReusedBuffer();
 
     std::string& text() { return *m_text; }
+
+    // What the text was built from, as its builder chose to sum it up; 0
+    // with an empty text.
+    unsigned long long& key() { return *m_key; }
 
 private:
     ReusedBuffer(const ReusedBuffer&);
     ReusedBuffer& operator=(const ReusedBuffer&);
 
     std::string* m_text;
+    unsigned long long* m_key;
     bool* m_taken;
     std::string m_own;
+    unsigned long long m_ownKey;
 };
 
-// Decimal digits, no stream involved.
-void appendDecimal(std::string& line, unsigned long long value);
-
-// The first column of a line: the thread number and " - ".
-void appendThreadColumn(std::string& line);
+// Bytes of a line that another object holds for the time of the write.
+struct Piece
+{
+    const char* data;
+    std::size_t size;
+};
 
 // The text up to its first NUL, as a NUL-terminated string would be written.
-inline void appendTerminated(std::string& line, const std::string& text) { line.append(text.c_str()); }
+inline Piece terminated(const std::string& text)
+{
+    const void* nul = std::memchr(text.data(), '\0', text.size());
+    return Piece{text.data(), nul ? static_cast<std::size_t>(static_cast<const char*>(nul) - text.data())
+                                  : text.size()};
+}
 
-// Adds the line end, writes the whole line and flushes it: one write to the
-// system per record. A failed stream writes nothing; a failed write sets
-// the stream's bad state.
-void finishLine(std::ostream& stream, std::string& line);
+// The pieces joined into out, which keeps its capacity; the result is out.
+std::string& join(std::string& out, const Piece* pieces, std::size_t count);
 
-// Opens a log file for appending, shared with other writers, with no buffer
-// in the stream: each line goes to the system as it is handed over.
-void openUnbuffered(std::ofstream& stream, const std::string& path);
+// The calling thread's number and " - ", formatted once per thread.
+Piece threadColumn();
 
-// finishLine for a stream opened with openUnbuffered, which needs no flush.
-void finishFileLine(std::ofstream& stream, std::string& line);
+// Decimal digits into digits, which holds 20; the result is their piece.
+Piece decimal(char (&digits)[20], unsigned long long value);
+
+// The pieces joined and a line end behind them, on the stack for the usual
+// record and in the heap for a long one.
+class Line
+{
+public:
+    template <std::size_t count>
+    explicit Line(const Piece (&pieces)[count]) : m_data(m_local), m_size(1)
+    {
+        for (const Piece& piece : pieces)
+            m_size += piece.size;
+        if (m_size > sizeof m_local)
+            m_data = allocate();
+        char* next = m_data;
+        for (const Piece& piece : pieces) {
+            std::memcpy(next, piece.data, piece.size);
+            next += piece.size;
+        }
+        *next = '\n';
+    }
+
+    const char* data() const { return m_data; }
+    std::size_t size() const { return m_size; }
+
+private:
+    Line(const Line&);
+    Line& operator=(const Line&);
+
+    char* allocate();
+
+    char m_local[2048];
+    std::unique_ptr<char[]> m_heap;
+    char* m_data;
+    std::size_t m_size;
+};
+
+// Writes the line to a stream and flushes it. A failed stream writes
+// nothing; a failed write sets the stream's bad state.
+void writeToStream(std::ostream& stream, const Line& line);
+
+// Writes the line to the file's descriptor in one call, so that lines of
+// several writers to one file never mix, with no buffer between. A stream
+// that is failed or not open writes nothing; a failed write sets its bad
+// state.
+void writeToFile(std::ofstream& stream, const Line& line);
+
+// Opens a log file for appending, shared with other writers, text mode.
+void openForAppend(std::ofstream& stream, const std::string& path);
 
 } // namespace LogLine
 } // namespace Zim

@@ -11,38 +11,31 @@ namespace Zim {
 
 namespace {
 
-// Thread number, " - ", head and text, each up to its first NUL; the line
-// end comes with the write.
-std::string& buildLine(LogLine::ReusedBuffer& buffer, const std::string& head, const std::string& text)
+// Thread number, " - ", head and text, each up to its first NUL, and the
+// line end.
+template <class Write>
+void writeLine(Write write, const std::string& head, const std::string& text)
 {
-    std::string& line = buffer.text();
-    LogLine::appendThreadColumn(line);
-    LogLine::appendTerminated(line, head);
-    LogLine::appendTerminated(line, text);
-    return line;
+    const LogLine::Piece pieces[] = {LogLine::threadColumn(), LogLine::terminated(head), LogLine::terminated(text)};
+    write(LogLine::Line(pieces));
 }
 
-std::string& buildLine(LogLine::ReusedBuffer& buffer, const std::string& head, const std::wstring& text)
+template <class Write>
+void writeLine(Write write, const std::string& head, const std::wstring& text)
 {
-    std::string& line = buffer.text();
-    LogLine::appendThreadColumn(line);
-    LogLine::appendTerminated(line, head);
-    line += LogLine::wideToUtf8(text);
-    return line;
+    writeLine(write, head, LogLine::wideToUtf8(text));
 }
 
 template <class Text>
 void writeToConsole(const std::string& head, const Text& text)
 {
-    LogLine::ReusedBuffer buffer(LogLine::ReusedBuffer::Line);
-    LogLine::finishLine(std::cout, buildLine(buffer, head, text));
+    writeLine([](const LogLine::Line& line) { LogLine::writeToStream(std::cout, line); }, head, text);
 }
 
 template <class Text>
 void writeToFile(std::ofstream& stream, const std::string& head, const Text& text)
 {
-    LogLine::ReusedBuffer buffer(LogLine::ReusedBuffer::Line);
-    LogLine::finishFileLine(stream, buildLine(buffer, head, text));
+    writeLine([&stream](const LogLine::Line& line) { LogLine::writeToFile(stream, line); }, head, text);
 }
 
 } // namespace
@@ -84,7 +77,7 @@ void LogToConsolePolicy::log(const std::string& head, const std::string& text)
 LogToFilePolicy::LogToFilePolicy(const std::string& fileName)
     : LogPolicy("file"), m_fileName(fileName)
 {
-    LogLine::openUnbuffered(m_stream, fileName);
+    LogLine::openForAppend(m_stream, fileName);
 }
 
 LogToFilePolicy::~LogToFilePolicy() {}

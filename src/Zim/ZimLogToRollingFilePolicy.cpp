@@ -3,11 +3,14 @@
 #include "ZimLogToRollingFilePolicy.h"
 
 #include "CorvoPlatform.h"
+#include "CorvoRaise.h"
+#include "ZimException.h"
 #include "ZimLineBuffer.h"
 #include "ZimLogLine.h"
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <vector>
 
 namespace Vesk {
@@ -39,6 +42,38 @@ void removeFile(const std::string& path)
     DeleteFileA(path.c_str());
 }
 
+// The name format prints and scans one unsigned short: "%", an optional
+// zero flag and width, "h" and one of d, u, o, x, X, with "%%" for a percent
+// sign anywhere. Anything else would hand sprintf and sscanf arguments that
+// they don't get. The printed name must stay below 260 characters, with
+// room for the widest number.
+bool isNameFormat(const std::string& format)
+{
+    const char* next = format.c_str();
+    std::size_t conversions = 0, length = 0;
+    while (*next) {
+        if (*next++ != '%') {
+            ++length;
+            continue;
+        }
+        if (*next == '%') {
+            ++next;
+            ++length;
+            continue;
+        }
+        while (*next == '0')
+            ++next;
+        std::size_t width = 0, digits = 0;
+        for (; *next >= '0' && *next <= '9'; ++next, ++digits)
+            width = width * 10 + static_cast<std::size_t>(*next - '0');
+        if (digits > 3 || *next++ != 'h' || !*next || !std::strchr("duoxX", *next++))
+            return false;
+        ++conversions;
+        length += std::max<std::size_t>(width, 6);
+    }
+    return conversions == 1 && length < 260;
+}
+
 } // namespace
 
 LogToRollingFilePolicy::LogToRollingFilePolicy(const std::string& directory, const std::string& nameFormat,
@@ -46,6 +81,9 @@ LogToRollingFilePolicy::LogToRollingFilePolicy(const std::string& directory, con
     : LogPolicy("file"), m_directory(directory), m_nameFormat(nameFormat), m_currentSize(0),
       m_maxFiles(maxFiles == 0 ? 1 : maxFiles), m_maxSize(maxSize), m_recordCount(0), m_fileNumber(0)
 {
+    if (!isNameFormat(nameFormat))
+        CORVO_RAISE(Exception, "A log file name format [" + nameFormat +
+                                   "] does not hold exactly one conversion of an unsigned short");
     init();
 }
 
@@ -68,14 +106,7 @@ void LogToRollingFilePolicy::init()
     // numbers, and the last match decides where the series goes on.
     std::sort(names.begin(), names.end());
     for (const std::string& name : names) {
-        // %hu writes an unsigned short; the zeroed room around it keeps a
-        // format for a larger type from writing past the number.
-        union {
-            unsigned short number;
-            unsigned long long room;
-        } scanned = {};
-        if (std::sscanf(name.c_str(), m_nameFormat.c_str(), &scanned.number) == 1) {
-            m_fileNumber = scanned.number;
+        if (std::sscanf(name.c_str(), m_nameFormat.c_str(), &m_fileNumber) == 1) {
             m_currentFile = m_directory + CORVO_PATH_SEPARATOR + name;
             m_files.push_back(m_currentFile);
         }
@@ -101,7 +132,7 @@ void LogToRollingFilePolicy::createFileName(std::string& path)
 void LogToRollingFilePolicy::openCurrentFile()
 {
     m_currentSize = 0;
-    LogLine::openUnbuffered(m_stream, m_currentFile);
+    LogLine::openForAppend(m_stream, m_currentFile);
 }
 
 void LogToRollingFilePolicy::log(const std::string& head, const std::wstring& text)
@@ -120,16 +151,12 @@ void LogToRollingFilePolicy::log(const std::string& head, const std::string& tex
 void LogToRollingFilePolicy::writeRecord(const std::string& head, const std::string& bytes,
                                          std::size_t textLength)
 {
-    LogLine::ReusedBuffer buffer(LogLine::ReusedBuffer::Line);
-    std::string& line = buffer.text();
-    LogLine::appendThreadColumn(line);
-    LogLine::appendDecimal(line, m_recordCount++);
-    line += " - ";
-    const std::size_t startLength = line.size();
-    LogLine::appendTerminated(line, head);
-    LogLine::appendTerminated(line, bytes);
-    LogLine::finishFileLine(m_stream, line);
-    m_currentSize += startLength + head.length() + textLength;
+    char digits[20];
+    const LogLine::Piece number = LogLine::decimal(digits, m_recordCount++);
+    const LogLine::Piece pieces[] = {LogLine::threadColumn(), number, {" - ", 3}, LogLine::terminated(head),
+                                     LogLine::terminated(bytes)};
+    LogLine::writeToFile(m_stream, LogLine::Line(pieces));
+    m_currentSize += pieces[0].size + number.size + 3 + head.length() + textLength;
     checkAndRoll();
 }
 

@@ -6,7 +6,9 @@
 #include "ZimException.h"
 #include "ZimLineBuffer.h"
 
+#include <atomic>
 #include <cstdarg>
+#include <cstring>
 #include <ctime>
 #include <iostream>
 
@@ -41,31 +43,81 @@ std::wstring formatted(const wchar_t* format, va_list args)
 struct TimeText
 {
     __time64_t second = -1;
+    std::size_t size = 0;
     char text[20] = {};
 };
 
 thread_local TimeText threadTime;
 
-void appendTime(std::string& out)
+const TimeText& currentTime()
 {
     TimeText& cache = threadTime;
     const __time64_t now = _time64(nullptr);
     if (now != cache.second) {
         const struct tm* local = _localtime64(&now);
-        if (!local || std::strftime(cache.text, sizeof cache.text, "%Y/%m/%d %H:%M:%S", local) == 0)
-            cache.text[0] = '\0';
+        cache.size = local ? std::strftime(cache.text, sizeof cache.text, "%Y/%m/%d %H:%M:%S", local) : 0;
         cache.second = now;
     }
-    out += cache.text;
+    return cache;
 }
 
-// The level text of a level that has none, and of the tracer's records,
-// whose tag carries the level already.
-const std::string& noLevel()
+// The level texts, by level; m_levelNames is filled from them. A level
+// outside the table has an empty text.
+const LogLine::Piece levelTexts[] = {{"", 0},        {"[INFO]", 6},    {"[TRACE]", 7}, {"[DEBUG]", 7},
+                                     {"[FLOW]", 6},    {"[WARNING]", 9}, {"[ERROR]", 7}, {"[NONE]", 6}};
+
+// The tracer's records carry their level in the tag already.
+const LogLevel noLevel = static_cast<LogLevel>(0);
+
+std::size_t levelIndex(LogLevel level) { return level >= LogInfo && level <= LogNone ? level : 0; }
+
+// The head "<time> [<level><tag>] " into the thread's buffer. The last
+// record's head is kept when it is the same: same second, level and tag.
+const std::string& buildHead(LogLine::ReusedBuffer& buffer, LogLevel level, const std::string& tag)
 {
-    static const std::string none;
-    return none;
+    const TimeText& time = currentTime();
+    const std::size_t index = levelIndex(level);
+    const unsigned long long key = static_cast<unsigned long long>(time.second) * 8 + index;
+    const std::size_t tagAt = time.size + 2 + levelTexts[index].size;
+    std::string& head = buffer.text();
+    const bool same = buffer.key() == key && head.size() == tagAt + tag.size() + 2 &&
+                      std::memcmp(head.data() + tagAt, tag.data(), tag.size()) == 0;
+    if (!same) {
+        const LogLine::Piece pieces[] = {
+            {time.text, time.size}, {" [", 2}, levelTexts[index], {tag.data(), tag.size()}, {"] ", 2}};
+        LogLine::join(head, pieces, 5);
+        buffer.key() = key;
+    }
+    return head;
 }
+
+// How many policies are enabled, kept beside m_enabledPolicies under the
+// lock, so that a record that no policy would take is dropped without the
+// lock. A process has one Logger only: a second construction throws.
+std::atomic<std::size_t> enabledCount(0);
+
+bool anyPolicyEnabled() { return enabledCount.load(std::memory_order_relaxed) != 0; }
+
+// A record leaves the calling thread's last error, and WinSock's, as it
+// found them: code that logs between a call and its GetLastError must still
+// read the call's error, whatever files the policies touched.
+class LastErrorKeeper
+{
+public:
+    LastErrorKeeper() : m_error(GetLastError()), m_socketError(WSAGetLastError()) {}
+    ~LastErrorKeeper()
+    {
+        WSASetLastError(m_socketError);
+        SetLastError(m_error);
+    }
+
+private:
+    LastErrorKeeper(const LastErrorKeeper&);
+    LastErrorKeeper& operator=(const LastErrorKeeper&);
+
+    const DWORD m_error;
+    const int m_socketError;
+};
 
 } // namespace
 
@@ -74,13 +126,8 @@ Logger::Logger(LogLevel level) : m_filterLevel(level)
     if (s_instance)
         throw Exception("Logger instance already set ", "ZimLogger", "Logger::Logger", 25);
     s_instance = this;
-    m_levelNames[LogInfo] = "[INFO]";
-    m_levelNames[LogTrace] = "[TRACE]";
-    m_levelNames[LogDebug] = "[DEBUG]";
-    m_levelNames[LogFlow] = "[FLOW]";
-    m_levelNames[LogWarning] = "[WARNING]";
-    m_levelNames[LogError] = "[ERROR]";
-    m_levelNames[LogNone] = "[NONE]";
+    for (int level = LogInfo; level <= LogNone; ++level)
+        m_levelNames[static_cast<LogLevel>(level)] = levelTexts[level].data;
     std::cout << "[INFO][TRACE][DEBUG][WARNING][ERROR][NONE]" << std::endl;
     m_disabledPolicies["console"] = &m_consolePolicy;
 }
@@ -89,6 +136,7 @@ Logger::~Logger()
 {
     m_enabledPolicies.clear();
     m_disabledPolicies.clear();
+    enabledCount = 0;
 }
 
 // Each accessor builds its own instance only when none exists yet, so the
@@ -115,10 +163,9 @@ Logger* Logger::getSingletonPtr()
 template <class Text>
 void Logger::logRecord(LogLevel level, const std::string& tag, const Text& text)
 {
-    if (level < m_filterLevel)
+    if (level < m_filterLevel || !anyPolicyEnabled())
         return;
-    const std::map<LogLevel, std::string>::const_iterator name = m_levelNames.find(level);
-    writeToPolicies(name == m_levelNames.end() ? noLevel() : name->second, tag, text);
+    writeToPolicies(level, tag, text);
 }
 
 void Logger::log(LogLevel level, const std::string& tag, const std::string& text)
@@ -133,8 +180,9 @@ void Logger::log(LogLevel level, const std::string& tag, const std::wstring& tex
 
 void Logger::logTagf(LogLevel level, const std::string& tag, const char* format, ...)
 {
-    if (level < m_filterLevel)
+    if (level < m_filterLevel || !anyPolicyEnabled())
         return;
+    const LastErrorKeeper keeper;
     va_list args;
     va_start(args, format);
     const std::string text = formatted(format, args);
@@ -144,8 +192,9 @@ void Logger::logTagf(LogLevel level, const std::string& tag, const char* format,
 
 void Logger::logTagf(LogLevel level, const std::string& tag, const wchar_t* format, ...)
 {
-    if (level < m_filterLevel)
+    if (level < m_filterLevel || !anyPolicyEnabled())
         return;
+    const LastErrorKeeper keeper;
     va_list args;
     va_start(args, format);
     const std::wstring text = formatted(format, args);
@@ -153,38 +202,38 @@ void Logger::logTagf(LogLevel level, const std::string& tag, const wchar_t* form
     logRecord(level, tag, text);
 }
 
-// The head is "<time> [<level><tag>] ", the level text and the tag joined;
-// the time is read anew for each policy.
+// The head is "<time> [<level><tag>] ", the level text and the tag joined.
+// It is built once for all policies, before the lock is taken: the lock
+// covers the policies only.
 template <class Text>
-void Logger::writeToPolicies(const std::string& level, const std::string& tag, const Text& text)
+void Logger::writeToPolicies(LogLevel level, const std::string& tag, const Text& text)
 {
+    const LastErrorKeeper keeper;
+    LogLine::ReusedBuffer buffer;
+    const std::string& head = buildHead(buffer, level, tag);
     CriticalSectionGuard guard(m_lock);
-    LogLine::ReusedBuffer buffer(LogLine::ReusedBuffer::Head);
-    std::string& head = buffer.text();
-    for (const std::map<std::string, LogPolicy*>::value_type& entry : m_enabledPolicies) {
-        head.clear();
-        appendTime(head);
-        head += " [";
-        head += level;
-        head += tag;
-        head += "] ";
+    for (const std::map<std::string, LogPolicy*>::value_type& entry : m_enabledPolicies)
         entry.second->log(head, text);
-    }
 }
 
 void Logger::output(const std::string& levelAndTag, const std::string& text)
 {
-    writeToPolicies(noLevel(), levelAndTag, text);
+    if (anyPolicyEnabled())
+        writeToPolicies(noLevel, levelAndTag, text);
 }
 
 void Logger::output(const std::string& levelAndTag, const std::wstring& text)
 {
-    writeToPolicies(noLevel(), levelAndTag, text);
+    if (anyPolicyEnabled())
+        writeToPolicies(noLevel, levelAndTag, text);
 }
 
 template <class Text>
 void Logger::logBare(const Text& text)
 {
+    if (!anyPolicyEnabled())
+        return;
+    const LastErrorKeeper keeper;
     CriticalSectionGuard guard(m_lock);
     for (const std::map<std::string, LogPolicy*>::value_type& entry : m_enabledPolicies)
         entry.second->log(std::string(), text);
@@ -196,6 +245,9 @@ void Logger::log(const std::wstring& text) { logBare(text); }
 
 void Logger::logf(const char* format, ...)
 {
+    if (!anyPolicyEnabled())
+        return;
+    const LastErrorKeeper keeper;
     va_list args;
     va_start(args, format);
     const std::string text = formatted(format, args);
@@ -205,6 +257,9 @@ void Logger::logf(const char* format, ...)
 
 void Logger::logf(const wchar_t* format, ...)
 {
+    if (!anyPolicyEnabled())
+        return;
+    const LastErrorKeeper keeper;
     va_list args;
     va_start(args, format);
     const std::wstring text = formatted(format, args);
@@ -214,9 +269,8 @@ void Logger::logf(const wchar_t* format, ...)
 
 std::string Logger::_time()
 {
-    std::string text;
-    appendTime(text);
-    return text;
+    const TimeText& time = currentTime();
+    return std::string(time.text, time.size);
 }
 
 // ---------------------------------------------------------------------------
@@ -235,6 +289,7 @@ void Logger::addPolicyToList(std::map<std::string, LogPolicy*>& list, LogPolicy&
     if (list.count(name))
         CORVO_RAISE(Exception, "A log policy with name [" + name + "] already exists within the system");
     list[name] = &policy;
+    enabledCount = m_enabledPolicies.size();
 }
 
 // Enabling copies the entry from the disabled map, which keeps it.
@@ -247,6 +302,7 @@ void Logger::enablePolicy(const std::string& name)
     if (known == m_disabledPolicies.end())
         CORVO_RAISE(Exception, "A log Policy with name [" + name + "] does not exist within the system");
     m_enabledPolicies.insert(*known);
+    enabledCount = m_enabledPolicies.size();
 }
 
 // Disabling moves the entry; a namesake already in the disabled map stays.
@@ -258,6 +314,7 @@ void Logger::disablePolicy(const std::string& name)
         return;
     m_disabledPolicies.insert(*enabled);
     m_enabledPolicies.erase(enabled);
+    enabledCount = m_enabledPolicies.size();
 }
 
 void Logger::switchPolicy(const std::string& name, bool on)
