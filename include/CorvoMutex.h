@@ -30,9 +30,12 @@ public:
     Win32Mutex& operator=(const Win32Mutex&) = delete;
 
     // Waits without limit; a mutex abandoned by an owner that ended without
-    // releasing it is not acquired cleanly, and throws.
+    // releasing it is not acquired cleanly, and throws "Cannot acquire
+    // Mutex!". The caller owns the mutex all the same, as on Windows: it
+    // checks or repairs what the mutex guards, and releases it.
     void acquire();
-    // Waits at most 1 millisecond.
+    // Waits at most 1 millisecond. False also for an abandoned mutex, which
+    // the caller then owns and releases, as after acquire.
     bool try_acquire();
     void release();
 

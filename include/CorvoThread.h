@@ -25,7 +25,11 @@ public:
     // The thread runs at once. A second start runs a second thread and
     // closes the handle of the first.
     void start();
-    // Counted: n pauses need n resumes.
+    // Counted: n pauses need n resumes. On Linux a pause is a signal
+    // (SIGRTMIN + 6, resumed by SIGRTMIN + 7) that the thread must not block;
+    // once resumed, a poll, select, epoll_wait, usleep or nanosleep of its
+    // own that the pause interrupted returns early with EINTR, while read,
+    // write, connect, accept, the like and sleep go on.
     void pause();
     void resume();
     // Waits for the end of the thread for at most timeout milliseconds
