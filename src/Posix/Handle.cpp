@@ -3,7 +3,6 @@
 #include "Handle.h"
 #include "PosixSupport.h"
 
-#include <atomic>
 #include <cstdint>
 #include <mutex>
 #include <vector>

@@ -7,6 +7,8 @@
 
 #include <pthread.h>
 
+#include <atomic>
+#include <cstdint>
 #include <ctime>
 #include <functional>
 #include <memory>
