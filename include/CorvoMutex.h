@@ -45,10 +45,11 @@ public:
 
     /// Waits without limit; a mutex abandoned by an owner that ended without
     /// releasing it is not acquired cleanly, and throws Exception "Cannot
-    /// acquire Mutex!", with the calling thread its owner.
+    /// acquire Mutex!". The caller owns the mutex all the same, as on
+    /// Windows: it checks or repairs what the mutex guards, and releases it.
     void acquire();
     /// Waits at most 1 millisecond. False also for an abandoned mutex, which
-    /// the calling thread then owns.
+    /// the caller then owns and releases, as after acquire.
     bool try_acquire();
     /// Gives up one level of ownership; a thread that does not own the mutex
     /// is refused without a report.

@@ -36,7 +36,12 @@ public:
     /// closes the handle of the first. Throws Exception "Thread creation
     /// failure".
     void start();
-    /// Suspends the thread. Counted: n pauses need n resumes.
+    /// Suspends the thread. Counted: n pauses need n resumes. On Linux a
+    /// pause is a signal (SIGRTMIN + 6, resumed by SIGRTMIN + 7) that the
+    /// thread must not block; once resumed, a poll, select, epoll_wait,
+    /// usleep or nanosleep of its own that the pause interrupted returns
+    /// early with EINTR, while read, write, connect, accept, the like and
+    /// sleep go on.
     void pause();
     /// Takes back one pause.
     void resume();

@@ -10,7 +10,6 @@
 #include <climits>
 #include <cstdint>
 #include <mutex>
-#include <shared_mutex>
 #include <vector>
 
 namespace Vesk {
@@ -22,67 +21,123 @@ namespace {
 // Handles are small multiples of 4, as on Windows, so that 0 and
 // INVALID_HANDLE_VALUE are never valid and a stale value is recognised
 // rather than followed. A freed slot is used again, as Windows does.
+//
+// Looking a handle up takes no lock: each slot has a word that says whether
+// it is open and how many calls are using it. A call counts itself in while
+// the slot is open, and the slot's object and rights stay as they are until
+// the word falls to 0: closed, and no call inside. Whoever brings it there,
+// CloseHandle or the last call out, empties the slot and frees it. The slots
+// are in blocks that are never moved or freed, each twice the size of the
+// one before, so a slot's place never changes.
 class HandleTable
 {
 public:
     HANDLE insert(std::shared_ptr<KernelObject> object, DWORD access)
     {
-        std::lock_guard<std::shared_mutex> hold(m_lock);
+        std::lock_guard<std::mutex> hold(m_lock);
         std::size_t index;
         if (m_free.empty()) {
-            index = m_slots.size();
-            m_slots.emplace_back();
+            index = m_used++;
+            std::atomic<Slot*>& block = m_blocks[blockOf(index)];
+            if (!block.load(std::memory_order_relaxed))
+                block.store(new Slot[firstBlockSize << blockOf(index)], std::memory_order_release);
         } else {
             index = m_free.back();
             m_free.pop_back();
         }
-        m_slots[index] = Slot{std::move(object), access};
+        Slot& slot = *slotAt(index);
+        slot.object = std::move(object);
+        slot.access = access;
+        slot.state.store(open, std::memory_order_release);
         return reinterpret_cast<HANDLE>((index + 1) * 4);
     }
 
-    // Runs use on the slot's object and rights while the handle can't be
-    // closed; false for a handle that is not open.
+    // Runs use on the slot's object and rights, which stay as they are
+    // meanwhile; false for a handle that is not open.
     template <typename Use>
     bool find(HANDLE handle, Use use)
     {
-        std::shared_lock<std::shared_mutex> hold(m_lock);
-        const Slot* slot = slotOf(handle);
+        std::size_t index;
+        Slot* slot = slotOf(handle, index);
         if (!slot)
             return false;
+        std::uint32_t state = slot->state.load(std::memory_order_relaxed);
+        do
+            if ((state & open) == 0)
+                return false;
+        while (!slot->state.compare_exchange_weak(state, state + user, std::memory_order_acquire,
+                                                  std::memory_order_relaxed));
         use(slot->object, slot->access);
+        if (slot->state.fetch_sub(user, std::memory_order_acq_rel) == user)
+            empty(*slot, index);
         return true;
     }
 
-    // The object leaves the table; it is destroyed when no wait holds it.
-    std::shared_ptr<KernelObject> remove(HANDLE handle)
+    // The object leaves the table now, or when the last call that uses it
+    // ends; it is destroyed when no wait holds it any more.
+    bool remove(HANDLE handle)
     {
-        std::lock_guard<std::shared_mutex> hold(m_lock);
-        Slot* slot = slotOf(handle);
+        std::size_t index;
+        Slot* slot = slotOf(handle, index);
         if (!slot)
-            return nullptr;
-        std::shared_ptr<KernelObject> object = std::move(slot->object);
-        m_free.push_back(static_cast<std::size_t>(slot - m_slots.data()));
-        return object;
+            return false;
+        std::uint32_t state = slot->state.load(std::memory_order_relaxed);
+        do
+            if ((state & open) == 0)
+                return false;
+        while (!slot->state.compare_exchange_weak(state, state & ~open, std::memory_order_acq_rel,
+                                                  std::memory_order_relaxed));
+        if (state == open)
+            empty(*slot, index);
+        return true;
     }
 
 private:
-    struct Slot
+    static constexpr std::uint32_t open = 1;
+    static constexpr std::uint32_t user = 2;
+    static constexpr std::size_t firstBlockSize = 64;
+    static constexpr std::size_t blockCount = 40; // more handles than memory holds
+
+    // A line each, so that threads using different handles don't share one.
+    struct alignas(64) Slot
     {
-        std::shared_ptr<KernelObject> object;
+        std::atomic<std::uint32_t> state{0};
         DWORD access = 0;
+        std::shared_ptr<KernelObject> object;
     };
 
-    Slot* slotOf(HANDLE handle)
+    // Block k holds the indexes from firstBlockSize * (2^k - 1) on.
+    static std::size_t blockOf(std::size_t index)
     {
-        const std::uintptr_t value = reinterpret_cast<std::uintptr_t>(handle);
-        if (value == 0 || value % 4 != 0 || value / 4 > m_slots.size())
-            return nullptr;
-        Slot& slot = m_slots[value / 4 - 1];
-        return slot.object ? &slot : nullptr;
+        return static_cast<std::size_t>(63 - __builtin_clzll(index / firstBlockSize + 1));
     }
 
-    std::shared_mutex m_lock;
-    std::vector<Slot> m_slots;
+    Slot* slotAt(std::size_t index) const
+    {
+        const std::size_t block = blockOf(index);
+        Slot* slots = m_blocks[block].load(std::memory_order_acquire);
+        return slots ? slots + (index - firstBlockSize * ((std::size_t{1} << block) - 1)) : nullptr;
+    }
+
+    Slot* slotOf(HANDLE handle, std::size_t& index) const
+    {
+        const std::uintptr_t value = reinterpret_cast<std::uintptr_t>(handle);
+        if (value == 0 || value % 4 != 0 || value / 4 > firstBlockSize * ((std::size_t{1} << blockCount) - 1))
+            return nullptr;
+        index = value / 4 - 1;
+        return slotAt(index);
+    }
+
+    void empty(Slot& slot, std::size_t index)
+    {
+        const std::shared_ptr<KernelObject> object = std::move(slot.object); // may go, outside the lock
+        std::lock_guard<std::mutex> hold(m_lock);
+        m_free.push_back(index);
+    }
+
+    std::mutex m_lock; // guards the making of blocks, m_used and m_free
+    std::atomic<Slot*> m_blocks[blockCount] = {};
+    std::size_t m_used = 0;
     std::vector<std::size_t> m_free;
 };
 
@@ -304,7 +359,10 @@ using namespace Vesk::Corvo::Posix;
 
 BOOL CloseHandle(HANDLE handle)
 {
-    // The object may go now, so it goes outside the table's lock.
+    const std::intptr_t currentProcess = -1, currentThread = -2;
+    const std::intptr_t value = reinterpret_cast<std::intptr_t>(handle);
+    if (value == currentProcess || value == currentThread)
+        return TRUE;
     return handles().remove(handle) ? TRUE : fail(ERROR_INVALID_HANDLE, FALSE);
 }
 

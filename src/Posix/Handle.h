@@ -84,9 +84,9 @@ private:
 // object gives a null handle and leaves the last error as it is.
 HANDLE makeHandle(std::shared_ptr<KernelObject> object, DWORD access);
 
-// Runs use on the object behind a handle, while the handle can't be closed,
-// when the object is of the given kind and the handle has every one of the
-// rights asked for; else false, with the last error set to
+// Runs use on the object behind a handle, which lives on meanwhile if the
+// handle is closed, when the object is of the given kind and the handle has
+// every one of the rights asked for; else false, with the last error set to
 // ERROR_INVALID_HANDLE or ERROR_ACCESS_DENIED. For calls that don't wait.
 bool withObject(HANDLE handle, KernelObject::Kind kind, DWORD access,
                 const std::function<void(const std::shared_ptr<KernelObject>&)>& use);

@@ -10,6 +10,7 @@
 // only then: nobody sees it half made, and a process killed while making it
 // leaves no file.
 #include "NamedObject.h"
+#include "ObjectName.h"
 #include "PosixSupport.h"
 
 #include <fcntl.h>
@@ -33,26 +34,6 @@ struct Header
     std::uint32_t reserved;
 };
 const std::size_t dataOffset = 64; // keeps the object's locks on their own line
-
-// The file name for an object name: the UTF-16 units that are letters,
-// digits and a few safe signs stand for themselves, every other one is
-// written as '%' and four hexadecimal digits.
-std::string pathOf(LPCWSTR name)
-{
-    std::string path = std::string(directory) + "corvo.";
-    for (; *name; ++name) {
-        const unsigned unit = static_cast<unsigned>(*name) & 0xFFFFu;
-        if ((unit >= 'a' && unit <= 'z') || (unit >= 'A' && unit <= 'Z') ||
-            (unit >= '0' && unit <= '9') || unit == '-' || unit == '_' || unit == '.') {
-            path += static_cast<char>(unit);
-        } else {
-            char escaped[6];
-            std::snprintf(escaped, sizeof escaped, "%%%04X", unit);
-            path += escaped;
-        }
-    }
-    return path;
-}
 
 bool lockFile(int descriptor, short type, bool wait)
 {
@@ -144,7 +125,10 @@ std::unique_ptr<NamedBlock> NamedBlock::open(LPCWSTR name, Kind kind, std::size_
                                              const std::function<void(void*)>& initialise,
                                              bool& existed)
 {
-    const std::string path = pathOf(name);
+    std::string fileName;
+    if (!objectFileName(name, fileName))
+        return nullptr;
+    const std::string path = directory + fileName;
     const std::size_t total = dataOffset + size;
     int descriptor = -1;
     void* mapping = nullptr;

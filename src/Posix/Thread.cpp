@@ -5,7 +5,10 @@
 // a signal whose handler reports that it has stopped and then waits in
 // sigsuspend until ResumeThread has brought the count back to 0 and sent the
 // second signal. The stop is synchronous: when SuspendThread returns, the
-// thread runs no code of its own until it is resumed.
+// thread runs no code of its own until it is resumed. The handler restarts
+// the calls that can be restarted (read, write, connect, accept and the
+// like); the kernel never restarts poll, select, epoll_wait or the sleeps,
+// which return EINTR once the thread is resumed.
 #include "Handle.h"
 #include "PosixSupport.h"
 #include "Win32Thread.h"
@@ -133,6 +136,12 @@ private:
     {
         std::unique_ptr<std::shared_ptr<ThreadObject>> owner(static_cast<std::shared_ptr<ThreadObject>*>(keep));
         ThreadObject& self = **owner;
+        // A new thread has its creator's mask, which may block everything.
+        sigset_t ours;
+        sigemptyset(&ours);
+        sigaddset(&ours, suspendSignal());
+        sigaddset(&ours, resumeSignal());
+        abortOnError(pthread_sigmask(SIG_UNBLOCK, &ours, nullptr), "pthread_sigmask");
         self.m_start(self.m_parameter);
         // From here on the thread is not to be stopped: it may be gone
         // before a signal reaches it.

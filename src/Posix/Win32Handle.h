@@ -20,8 +20,14 @@ typedef struct _SECURITY_ATTRIBUTES* LPSECURITY_ATTRIBUTES; // only null is acce
 #define ERROR_NOT_OWNER 288u
 #define ERROR_TOO_MANY_POSTS 298u
 
+// Refusals of an object's name.
+#define ERROR_INVALID_NAME 123u
+#define ERROR_BAD_PATHNAME 161u
+
 // Fails with ERROR_INVALID_HANDLE on a handle that is closed or was never
-// valid; closing a handle never waits.
+// valid; closing a handle never waits. The pseudo-handles of the current
+// process (INVALID_HANDLE_VALUE) and thread ((HANDLE)-2) close with success
+// and stay usable, as on Windows.
 BOOL CloseHandle(HANDLE handle);
 
 // Waits for at most milliseconds: INFINITE waits without limit and 0 only

@@ -20,8 +20,11 @@ HANDLE CreateThread(LPSECURITY_ATTRIBUTES attributes, std::size_t stackSize,
 // resumed by SIGRTMIN + 7), so it must not be holding a lock that the
 // suspending thread will need: a thread stopped inside malloc, for one,
 // stops every other thread that allocates until it is resumed. Only
-// threads made by CreateThread can be suspended. Both calls give the count
-// as it was, or (DWORD)-1 on failure.
+// threads made by CreateThread can be suspended: they start with both
+// signals unblocked, whatever their creator's mask, and must not block them.
+// A suspension interrupts the thread's system call: calls that can restart
+// do, but poll, select, epoll_wait and the sleeps return EINTR once it is
+// resumed. Both calls give the count as it was, or (DWORD)-1 on failure.
 DWORD SuspendThread(HANDLE thread);
 DWORD ResumeThread(HANDLE thread);
 
