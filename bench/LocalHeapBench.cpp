@@ -2,7 +2,9 @@
 // jemalloc (an arena of its own, mallocx with MALLOCX_ZERO), and beside
 // glibc's calloc: each round allocates a batch of zero-filled blocks of one
 // size and frees them again, on one thread or two sharing one heap. The
-// ratios, peer's time over Corvo's, are printed at the end.
+// ratios, peer's time over Corvo's, are printed at the end; run with
+// --benchmark_repetitions=5 --benchmark_enable_random_interleaving=true for
+// medians of interleaved runs.
 //
 // Both peers replace malloc when they are linked, so they are loaded with
 // dlopen, each in its own namespace: calloc stays glibc's. jemalloc needs
@@ -141,7 +143,7 @@ public:
         for (const Run& run : runs)
             if (run.run_type == Run::RT_Iteration ? !run.repetitions || run.repetitions == 1
                                                   : run.aggregate_name == "median")
-                times[run.run_name.str()] = run.GetAdjustedRealTime();
+                times[run.run_name.str()] = run.GetAdjustedCPUTime();
     }
 
     std::map<std::string, double> times;
@@ -167,7 +169,8 @@ int main(int argc, char** argv)
     benchmark::RunSpecifiedBenchmarks(&reporter);
     sharedHeap.reset();
 
-    // Real time: with two threads it is the time of the pair.
+    // CPU time, which waiting for a processor on a loaded machine does not
+    // swell; with two threads it is the time of the pair.
     std::printf("\nCorvo's time per block, and peer's time / Corvo's (above 1: Corvo is faster)\n");
     std::printf("%-18s %10s %8s %9s %9s\n", "case", "Corvo ns", "calloc", "mimalloc", "jemalloc");
     for (const char* size : {"16", "256", "4096"})

@@ -648,8 +648,15 @@ private:
         const bool dirty = block->tag != freshMark;
         block->tag = tagOf(block);
         void* payload = block + 1;
-        if (zero && dirty)
-            std::memset(payload, 0, bytes);
+        if (zero && dirty) {
+            // A fixed length is filled in line, without a call.
+            if (bytes <= 16)
+                std::memset(payload, 0, 16);
+            else if (bytes <= 32)
+                std::memset(payload, 0, 32);
+            else
+                std::memset(payload, 0, bytes);
+        }
         return payload;
     }
 
