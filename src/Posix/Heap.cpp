@@ -41,7 +41,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <mutex>
 #include <new>
@@ -511,15 +510,14 @@ std::atomic<std::uint64_t> nextHeapNumber{1};
 thread_local ThreadRecord* threadRecord __attribute__((tls_model("initial-exec"))) = nullptr;
 void endThread(void* record);
 
-pthread_key_t threadEndKey()
+// Whether the key that calls endThread was made; without one, threads
+// keep no caches.
+bool threadEndKey(pthread_key_t& key)
 {
-    static const pthread_key_t key = [] {
-        pthread_key_t made;
-        if (pthread_key_create(&made, endThread) != 0)
-            std::abort();
-        return made;
-    }();
-    return key;
+    static pthread_key_t made;
+    static const bool valid = pthread_key_create(&made, endThread) == 0;
+    key = made;
+    return valid;
 }
 
 // The arenas of one heap, and for a heap without bound, its small-block
@@ -757,8 +755,11 @@ private:
         std::lock_guard<std::mutex> guard(registryLock);
         ThreadRecord* record = threadRecord;
         if (record == nullptr) {
+            pthread_key_t key;
+            if (!threadEndKey(key))
+                return nullptr;
             record = new (std::nothrow) ThreadRecord();
-            if (record == nullptr || pthread_setspecific(threadEndKey(), record) != 0) {
+            if (record == nullptr || pthread_setspecific(key, record) != 0) {
                 delete record;
                 return nullptr;
             }
