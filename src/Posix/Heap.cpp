@@ -414,22 +414,6 @@ constexpr std::size_t classSize(std::size_t sizeClass)
                           : sizeClass < 28 ? 256 + (sizeClass - 15) * 64 : 1024 + (sizeClass - 27) * 256;
 }
 
-// The class of a request, by its size in steps of 16 bytes.
-struct ClassTable
-{
-    constexpr ClassTable() : of()
-    {
-        std::size_t sizeClass = 0;
-        for (std::size_t steps = 0; steps <= smallLimit / 16; ++steps) {
-            while (classSize(sizeClass) < steps * 16)
-                ++sizeClass;
-            of[steps] = static_cast<unsigned char>(sizeClass);
-        }
-    }
-    unsigned char of[smallLimit / 16 + 1];
-};
-constexpr ClassTable classTable;
-
 // A small block's header, just below its payload. The tag is the heap's
 // mark for a live block, freshMark for a block never handed out (whose
 // payload is still zero) and usedMark once it has been freed. Live tags
@@ -450,6 +434,26 @@ constexpr std::size_t cacheLimit(std::size_t sizeClass)
 {
     return std::min<std::size_t>(128, std::max<std::size_t>(16, (std::size_t(256) << 10) / strideOf(sizeClass)));
 }
+
+// The class of a request, by its size in steps of 16 bytes, and each
+// class's cache limit, worked out once.
+struct ClassTable
+{
+    constexpr ClassTable() : of(), limit()
+    {
+        std::size_t sizeClass = 0;
+        for (std::size_t steps = 0; steps <= smallLimit / 16; ++steps) {
+            while (classSize(sizeClass) < steps * 16)
+                ++sizeClass;
+            of[steps] = static_cast<unsigned char>(sizeClass);
+        }
+        for (std::size_t c = 0; c < classCount; ++c)
+            limit[c] = static_cast<unsigned short>(cacheLimit(c));
+    }
+    unsigned char of[smallLimit / 16 + 1];
+    unsigned short limit[classCount];
+};
+constexpr ClassTable classTable;
 
 // The free blocks of one class that no thread keeps, and the part of the
 // class's stretch not carved yet.
@@ -581,11 +585,7 @@ public:
             if (void* payload = allocateSmall(bytes, zero))
                 return payload;
         }
-        std::size_t dirty = 0;
-        void* payload = arena(threadSlot() % m_arenaCount).allocate(bytes, dirty);
-        if (payload != nullptr && zero)
-            std::memset(payload, 0, dirty);
-        return payload;
+        return allocateInArena(bytes, zero);
     }
 
     bool free(void* payload)
@@ -677,7 +677,7 @@ private:
             return true;
         }
         ThreadCache::Bin& bin = cache->bins[c];
-        if (bin.count >= cacheLimit(c))
+        if (bin.count >= classTable.limit[c])
             spill(c, bin);
         block->next = bin.head;
         bin.head = block;
@@ -687,10 +687,10 @@ private:
 
     // Fills an empty bin from the class's free blocks, then from its
     // stretch.
-    void refill(std::size_t c, ThreadCache::Bin& bin, std::size_t wanted = 0)
+    __attribute__((noinline)) void refill(std::size_t c, ThreadCache::Bin& bin, std::size_t wanted = 0)
     {
         if (wanted == 0)
-            wanted = cacheLimit(c) / 2;
+            wanted = classTable.limit[c] / 2;
         SizeClass& sizeClass = m_classes[c];
         Guard guard(sizeClass.lock);
         SmallBlock* head = nullptr;
@@ -716,7 +716,7 @@ private:
     }
 
     // Hands the older half of a full bin back to the class.
-    void spill(std::size_t c, ThreadCache::Bin& bin)
+    __attribute__((noinline)) void spill(std::size_t c, ThreadCache::Bin& bin)
     {
         const std::size_t kept = bin.count / 2;
         SmallBlock* last = bin.head;
@@ -731,7 +731,7 @@ private:
         bin.count = kept;
     }
 
-    void giveBack(std::size_t c, SmallBlock* first, SmallBlock* last)
+    __attribute__((noinline)) void giveBack(std::size_t c, SmallBlock* first, SmallBlock* last)
     {
         SizeClass& sizeClass = m_classes[c];
         Guard guard(sizeClass.lock);
@@ -750,7 +750,7 @@ private:
         return findOrMakeCache();
     }
 
-    ThreadCache* findOrMakeCache()
+    __attribute__((noinline)) ThreadCache* findOrMakeCache()
     {
         std::lock_guard<std::mutex> guard(registryLock);
         ThreadRecord* record = threadRecord;
@@ -807,8 +807,19 @@ private:
             cache->nextOfThread->previousOfThread = cache->previousOfThread;
     }
 
+    // The slow paths stay out of line, so that the fast ones keep few
+    // registers to save.
+    __attribute__((noinline)) void* allocateInArena(std::size_t bytes, bool zero)
+    {
+        std::size_t dirty = 0;
+        void* payload = arena(threadSlot() % m_arenaCount).allocate(bytes, dirty);
+        if (payload != nullptr && zero)
+            std::memset(payload, 0, dirty);
+        return payload;
+    }
+
     // Looks in this thread's arena first, where its own blocks are.
-    bool freeInArena(void* payload)
+    __attribute__((noinline)) bool freeInArena(void* payload)
     {
         const std::size_t own = threadSlot() % m_arenaCount;
         for (std::size_t i = 0; i < m_arenaCount; ++i) {
