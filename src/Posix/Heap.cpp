@@ -413,6 +413,7 @@ constexpr std::size_t classSize(std::size_t sizeClass)
     return sizeClass < 16 ? (sizeClass + 1) * 16
                           : sizeClass < 28 ? 256 + (sizeClass - 15) * 64 : 1024 + (sizeClass - 27) * 256;
 }
+static_assert(classSize(classCount - 1) == smallLimit, "the last class holds the largest small block");
 
 // A small block's header, just below its payload. The tag is the heap's
 // mark for a live block, freshMark for a block never handed out (whose
@@ -429,7 +430,7 @@ const std::uintptr_t usedMark = 2;
 constexpr std::size_t strideOf(std::size_t sizeClass) { return classSize(sizeClass) + sizeof(SmallBlock); }
 
 // How many free blocks of a class a thread keeps; beyond it, half of them
-// go back to the heap, and an empty cache takes half as many at once.
+// go back to the heap, and an empty one takes half as many at once.
 constexpr std::size_t cacheLimit(std::size_t sizeClass)
 {
     return std::min<std::size_t>(128, std::max<std::size_t>(16, (std::size_t(256) << 10) / strideOf(sizeClass)));
