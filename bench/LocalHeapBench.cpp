@@ -1,15 +1,24 @@
-// Win32LocalHeap beside the process heap: each round allocates a batch of
-// blocks of one size and frees them again, on one thread or two sharing one
-// heap. calloc is the fair twin of the zero-filled heap; malloc shows what
-// the zero fill costs. The ratios to calloc are printed at the end.
+// Win32LocalHeap beside the private heaps of mimalloc (mi_heap_zalloc) and
+// jemalloc (an arena of its own, mallocx with MALLOCX_ZERO), and beside
+// glibc's calloc: each round allocates a batch of zero-filled blocks of one
+// size and frees them again, on one thread or two sharing one heap. The
+// ratios, peer's time over Corvo's, are printed at the end; run with
+// --benchmark_repetitions=5 --benchmark_enable_random_interleaving=true for
+// medians of interleaved runs.
+//
+// Both peers replace malloc when they are linked, so they are loaded with
+// dlopen, each in its own namespace: calloc stays glibc's. jemalloc needs
+// more static TLS than glibc keeps for libraries loaded late, so the
+// program starts itself again with a larger reserve when it is short.
 #include "CorvoLocalHeap.h"
 
 #include <benchmark/benchmark.h>
+#include <dlfcn.h>
 
+#include <unistd.h>
+
+#include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <iomanip>
-#include <iostream>
 #include <map>
 #include <memory>
 #include <string>
@@ -21,11 +30,50 @@ const int batch = 32;
 
 std::unique_ptr<Vesk::Corvo::Win32LocalHeap> sharedHeap;
 
-struct Malloc
+// The few entry points of a peer, resolved at start.
+template <typename Function>
+Function resolve(void* library, const char* name)
 {
-    static void* allocate(std::size_t size) { return std::malloc(size); }
-    static void release(void* block) { std::free(block); }
-};
+    void* symbol = library != nullptr ? dlsym(library, name) : nullptr;
+    return reinterpret_cast<Function>(symbol);
+}
+
+struct MimallocCalls
+{
+    void* (*heapNew)() = nullptr;
+    void* (*heapZalloc)(void*, std::size_t) = nullptr;
+    void (*free)(void*) = nullptr;
+} mimalloc;
+
+struct JemallocCalls
+{
+    void* (*mallocx)(std::size_t, int) = nullptr;
+    void (*dallocx)(void*, int) = nullptr;
+    int (*mallctl)(const char*, void*, std::size_t*, void*, std::size_t) = nullptr;
+    unsigned arena = 0;
+} jemalloc;
+
+// jemalloc's flags, as its header spells them.
+int jemallocArena(unsigned arena) { return static_cast<int>((arena + 1) << 20); }
+const int jemallocZero = 0x40;
+
+bool loadPeers()
+{
+    void* mi = dlopen("libmimalloc.so.2", RTLD_NOW | RTLD_LOCAL);
+    mimalloc.heapNew = resolve<void* (*)()>(mi, "mi_heap_new");
+    mimalloc.heapZalloc = resolve<void* (*)(void*, std::size_t)>(mi, "mi_heap_zalloc");
+    mimalloc.free = resolve<void (*)(void*)>(mi, "mi_free");
+    void* je = dlopen("libjemalloc.so.2", RTLD_NOW | RTLD_LOCAL);
+    jemalloc.mallocx = resolve<void* (*)(std::size_t, int)>(je, "mallocx");
+    jemalloc.dallocx = resolve<void (*)(void*, int)>(je, "dallocx");
+    jemalloc.mallctl = resolve<int (*)(const char*, void*, std::size_t*, void*, std::size_t)>(je, "mallctl");
+    std::size_t length = sizeof jemalloc.arena;
+    if (mimalloc.heapNew == nullptr || mimalloc.heapZalloc == nullptr || mimalloc.free == nullptr ||
+        jemalloc.mallocx == nullptr || jemalloc.dallocx == nullptr || jemalloc.mallctl == nullptr ||
+        jemalloc.mallctl("arenas.create", &jemalloc.arena, &length, nullptr, 0) != 0)
+        return false;
+    return true;
+}
 
 struct Calloc
 {
@@ -33,7 +81,27 @@ struct Calloc
     static void release(void* block) { std::free(block); }
 };
 
-struct LocalHeap
+// A mimalloc heap serves only the thread that made it: one per thread.
+struct Mimalloc
+{
+    static void* allocate(std::size_t size)
+    {
+        thread_local void* heap = mimalloc.heapNew();
+        return mimalloc.heapZalloc(heap, size);
+    }
+    static void release(void* block) { mimalloc.free(block); }
+};
+
+struct Jemalloc
+{
+    static void* allocate(std::size_t size)
+    {
+        return jemalloc.mallocx(size, jemallocArena(jemalloc.arena) | jemallocZero);
+    }
+    static void release(void* block) { jemalloc.dallocx(block, 0); }
+};
+
+struct Corvo
 {
     static void* allocate(std::size_t size) { return sharedHeap->allocate(static_cast<unsigned int>(size)); }
     static void release(void* block) { sharedHeap->free(block); }
@@ -57,52 +125,66 @@ void allocateAndFree(benchmark::State& state)
 }
 
 #define HEAP_BENCHMARK(Allocator)                                                                  \
-    BENCHMARK_TEMPLATE(allocateAndFree, Allocator)->RangeMultiplier(4)->Range(16, 4096)->Threads(1); \
-    BENCHMARK_TEMPLATE(allocateAndFree, Allocator)->RangeMultiplier(4)->Range(16, 4096)->Threads(2)
+    BENCHMARK_TEMPLATE(allocateAndFree, Allocator)->RangeMultiplier(16)->Range(16, 4096)->Threads(1); \
+    BENCHMARK_TEMPLATE(allocateAndFree, Allocator)->RangeMultiplier(16)->Range(16, 4096)->Threads(2)
 
-HEAP_BENCHMARK(Malloc);
+HEAP_BENCHMARK(Corvo);
 HEAP_BENCHMARK(Calloc);
-HEAP_BENCHMARK(LocalHeap);
+HEAP_BENCHMARK(Mimalloc);
+HEAP_BENCHMARK(Jemalloc);
 
-// Keeps the console output and the time of each run, by name.
-class RatioReporter : public benchmark::ConsoleReporter
+// Keeps the time of each run, by name.
+class TimeReporter : public benchmark::ConsoleReporter
 {
 public:
     void ReportRuns(const std::vector<Run>& runs) override
     {
         ConsoleReporter::ReportRuns(runs);
-        for (const Run& run : runs) {
-            times[run.benchmark_name()] = run.GetAdjustedRealTime();
-            names.push_back(run.benchmark_name());
-        }
+        for (const Run& run : runs)
+            if (run.run_type == Run::RT_Iteration ? !run.repetitions || run.repetitions == 1
+                                                  : run.aggregate_name == "median")
+                times[run.run_name.str()] = run.GetAdjustedCPUTime();
     }
 
     std::map<std::string, double> times;
-    std::vector<std::string> names; // in the order of the runs
 };
 
 } // namespace
 
 int main(int argc, char** argv)
 {
+    if (!loadPeers()) {
+        if (std::getenv("GLIBC_TUNABLES") != nullptr) {
+            const char* reason = dlerror();
+            std::fprintf(stderr, "mimalloc or jemalloc not loaded: %s\n", reason ? reason : "a call is missing");
+            return 1;
+        }
+        setenv("GLIBC_TUNABLES", "glibc.rtld.optional_static_tls=16384", 1);
+        execv("/proc/self/exe", argv);
+        return 1;
+    }
     sharedHeap.reset(new Vesk::Corvo::Win32LocalHeap(0, 0));
     benchmark::Initialize(&argc, argv);
-    RatioReporter reporter;
+    TimeReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
-    // Real time: with two threads it is the time of the pair.
-    std::cout << "\nWin32LocalHeap time / calloc time (malloc / calloc beside):\n";
-    for (const std::string& name : reporter.names) {
-        const std::string prefix = "allocateAndFree<LocalHeap>";
-        if (name.compare(0, prefix.size(), prefix) != 0)
-            continue;
-        const std::string rest = name.substr(prefix.size());
-        const auto calloc = reporter.times.find("allocateAndFree<Calloc>" + rest);
-        const auto malloc = reporter.times.find("allocateAndFree<Malloc>" + rest);
-        if (calloc == reporter.times.end() || malloc == reporter.times.end())
-            continue;
-        std::cout << std::setw(28) << std::left << rest << std::fixed << std::setprecision(2)
-                  << reporter.times[name] / calloc->second << "  (" << malloc->second / calloc->second << ")\n";
-    }
     sharedHeap.reset();
+
+    // CPU time, which waiting for a processor on a loaded machine does not
+    // swell; with two threads it is the time of the pair.
+    std::printf("\nCorvo's time per block, and peer's time / Corvo's (above 1: Corvo is faster)\n");
+    std::printf("%-18s %10s %8s %9s %9s\n", "case", "Corvo ns", "calloc", "mimalloc", "jemalloc");
+    for (const char* size : {"16", "256", "4096"})
+        for (const char* threads : {"1", "2"}) {
+            const std::string rest = std::string("/") + size + "/threads:" + threads;
+            const auto corvo = reporter.times.find("allocateAndFree<Corvo>" + rest);
+            if (corvo == reporter.times.end())
+                continue;
+            auto ratio = [&](const char* peer) {
+                const auto found = reporter.times.find(std::string("allocateAndFree<") + peer + ">" + rest);
+                return found == reporter.times.end() ? 0.0 : found->second / corvo->second;
+            };
+            std::printf("%-18s %10.1f %8.2f %9.2f %9.2f\n", (std::string(size) + " B, " + threads + " thr").c_str(),
+                        corvo->second / batch, ratio("Calloc"), ratio("Mimalloc"), ratio("Jemalloc"));
+        }
     return 0;
 }

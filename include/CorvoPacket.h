@@ -14,17 +14,19 @@ namespace Corvo {
 
 namespace detail {
 
-// Throws Exception with the reason, the file, the qualified name of the
-// function that __PRETTY_FUNCTION__ spells out, and the line.
-[[noreturn]] CORVO_API void raisePacketFailure(const char* reason, const char* file,
-                                               const char* prettyFunction, int line);
+// Throws Exception with the reason, the file, the function and the line.
+[[noreturn]] CORVO_API void raisePacketFailure(const char* reason, const char* file, const char* function,
+                                               int line);
 
 } // namespace detail
 
 // The file is named as in the library's own reports, wherever this header
-// was included from.
-#define CORVO_PACKET_RAISE(reason) \
-    ::Vesk::Corvo::detail::raisePacketFailure((reason), "include/CorvoPacket.h", __PRETTY_FUNCTION__, __LINE__)
+// was included from, and the function by its text here rather than by the
+// compiler's, which differs between compilers. The template serves char
+// alone.
+#define CORVO_PACKET_RAISE(function, reason)                                                               \
+    ::Vesk::Corvo::detail::raisePacketFailure((reason), "include/CorvoPacket.h",                          \
+                                              "Vesk::Corvo::Packet_T<char>::" function, __LINE__)
 
 /// An owning block of size elements of T (`Packet_T<char>` in the library).
 /// Failures throw Exception naming include/CorvoPacket.h; nothing is logged.
@@ -38,7 +40,7 @@ public:
     Packet_T(unsigned int size, const T* buffer) : m_size(0), m_buffer(nullptr)
     {
         if (size != 0 && buffer == nullptr)
-            CORVO_PACKET_RAISE("Input buffer pointing to nullptr");
+            CORVO_PACKET_RAISE("Packet_T", "Input buffer pointing to nullptr");
         copyFrom(size, buffer);
     }
 
@@ -48,7 +50,7 @@ public:
     Packet_T(const Packet_T<T>& other) : m_size(0), m_buffer(nullptr)
     {
         if (other.m_size != 0 && other.m_buffer == nullptr)
-            CORVO_PACKET_RAISE("Input buffer pointing to nullptr and size != 0!");
+            CORVO_PACKET_RAISE("Packet_T", "Input buffer pointing to nullptr and size != 0!");
         copyFrom(other.m_size, other.m_buffer);
     }
 
@@ -57,7 +59,7 @@ public:
     Packet_T<T>& operator=(const Packet_T<T>& other)
     {
         if (other.m_size != 0 && other.m_buffer == nullptr)
-            CORVO_PACKET_RAISE("Input buffer pointing to nullptr and size != 0!");
+            CORVO_PACKET_RAISE("operator =", "Input buffer pointing to nullptr and size != 0!");
         if (this == &other)
             return *this;
         delete[] m_buffer;

@@ -32,14 +32,20 @@ void substitute(std::string& text, const std::string& name, const std::string& v
 }
 
 // GCC names a member of a class template with its parameters and says what
-// they stand for behind: "... [with T = char; U = int]". The name gets the
-// arguments in place of the parameters.
+// they stand for behind: "... [with T = char; U = int]" (clang: "[T = char]",
+// with the arguments in the name already). The name gets the arguments in
+// place of the parameters.
 void bindTemplateArguments(std::string& name, const std::string& signature)
 {
-    const Index with = signature.rfind(" [with ");
+    Index with = signature.rfind(" [with ");
+    Index first = with + 7;
+    if (with == std::string::npos) {
+        with = signature.rfind(" [");
+        first = with + 2;
+    }
     if (with == std::string::npos || signature.back() != ']')
         return;
-    const std::string bindings = signature.substr(with + 7, signature.size() - with - 8);
+    const std::string bindings = signature.substr(first, signature.size() - first - 1);
     Index start = 0;
     while (start < bindings.size()) {
         Index end = bindings.find("; ", start);
@@ -79,7 +85,8 @@ std::string qualifiedFunctionName(const char* prettyFunction)
         open = signature.size();
 
     // The name starts after the last blank outside template arguments: what
-    // stands before it is the return type.
+    // stands before it is the return type, whose '&' or '*' clang writes
+    // against the name ("U &Vesk::Corvo::U::assign(int)").
     Index start = op != std::string::npos ? op : open;
     for (depth = 0; start > 0; --start) {
         const char c = signature[start - 1];
@@ -87,7 +94,7 @@ std::string qualifiedFunctionName(const char* prettyFunction)
             ++depth;
         else if (c == '<')
             --depth;
-        else if (c == ' ' && depth == 0)
+        else if ((c == ' ' || c == '&' || c == '*') && depth == 0)
             break;
     }
     std::string name = signature.substr(start, open - start);
@@ -101,10 +108,9 @@ std::string qualifiedFunctionName(const char* prettyFunction)
     return name;
 }
 
-[[noreturn]] void raisePacketFailure(const char* reason, const char* file,
-                                     const char* prettyFunction, int line)
+[[noreturn]] void raisePacketFailure(const char* reason, const char* file, const char* function, int line)
 {
-    throw Exception(reason, file, qualifiedFunctionName(prettyFunction), line);
+    throw Exception(reason, file, function, line);
 }
 
 } // namespace detail

@@ -2,6 +2,7 @@
 // the place of the throw as the library's own raising sites fill it in.
 #include "CorvoException.h"
 #include "CorvoNumberToString.h"
+#include "CorvoRaise.h"
 #include "CorvoUtf8Internal.h"
 #include "CorvoUtf8String.h"
 #include "TestSupport.h"
@@ -74,4 +75,25 @@ TEST(ExceptionPlace, ReportNamesTheRaisingSite)
     for (const auto& [function, raise, reason] : rows)
         EXPECT_TRUE(raisedAt<StringEncodingException>(raise, reason, "src/CorvoUtf8String.cpp",
                                                       std::string("Vesk::Corvo::") + function));
+}
+
+// The same raising site reads the same whichever compiler spelled its
+// signature: GCC's, then clang's (which writes '&' and '*' against the name).
+TEST(ExceptionPlace, TheNameDoesNotDependOnTheCompiler)
+{
+    const std::pair<const char*, const char*> rows[] = {
+        {"Vesk::Corvo::U& Vesk::Corvo::U::assign(int)", "Vesk::Corvo::U::assign"},
+        {"Vesk::Corvo::U &Vesk::Corvo::U::assign(int)", "Vesk::Corvo::U::assign"},
+        {"const char* Vesk::Corvo::U::c() const", "Vesk::Corvo::U::c"},
+        {"const char *Vesk::Corvo::U::c() const", "Vesk::Corvo::U::c"},
+        {"Vesk::Corvo::P<T>& Vesk::Corvo::P<T>::operator=(const Vesk::Corvo::P<T>&) [with T = char]",
+         "Vesk::Corvo::P<char>::operator ="},
+        {"P<T> &Vesk::Corvo::P<char>::operator=(const P<T> &) [T = char]", "Vesk::Corvo::P<char>::operator ="},
+        {"Vesk::Corvo::P<T>::P(unsigned int, const T*) [with T = char]", "Vesk::Corvo::P<char>::P"},
+        {"Vesk::Corvo::P<char>::P(unsigned int, const T *) [T = char]", "Vesk::Corvo::P<char>::P"},
+        {"bool Vesk::Corvo::U::operator()(int)", "Vesk::Corvo::U::operator ()"},
+        {"Vesk::Corvo::U::~U()", "Vesk::Corvo::U::~U"},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(detail::qualifiedFunctionName(row.first), row.second) << row.first;
 }

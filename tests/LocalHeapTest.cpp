@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <future>
+#include <memory>
 #include <thread>
 #include <vector>
 
@@ -125,6 +127,40 @@ TEST(LocalHeap, ThreadsAllocateAndFreeAtOnce)
         for (void* block : blocks)
             EXPECT_NO_THROW(heap.free(block));
     }
+}
+
+// Threads keep freed blocks for their next allocations. A heap destroyed
+// while a thread keeps some of its blocks must not serve them again through
+// a heap made later (perhaps at the same address), and a thread that ends
+// gives its blocks back to a heap that lives on.
+TEST(LocalHeap, KeptBlocksOutliveNeitherTheirHeapNorTheirThread)
+{
+    auto churn = [](Win32LocalHeap& heap) {
+        for (unsigned int size : {16u, 200u, 4000u})
+            for (int i = 0; i < 300; ++i) {
+                void* block = heap.allocate(size);
+                if (block == nullptr || !allBytesAre(block, size, 0))
+                    return false;
+                std::memset(block, 0xA5, size);
+                heap.free(block);
+            }
+        return true;
+    };
+    std::unique_ptr<Win32LocalHeap> first(new Win32LocalHeap(0, 0));
+    Win32LocalHeap lasting(0, 0);
+    std::promise<void> kept, destroyed;
+    std::future<bool> later = std::async(std::launch::async, [&] {
+        const bool before = churn(*first) && churn(lasting);
+        kept.set_value();
+        destroyed.get_future().wait();
+        Win32LocalHeap second(0, 0);
+        return before && churn(second) && churn(lasting);
+    });
+    kept.get_future().wait();
+    first.reset();
+    destroyed.set_value();
+    EXPECT_TRUE(later.get());
+    EXPECT_TRUE(churn(lasting));
 }
 
 } // namespace

@@ -10,11 +10,13 @@ typedef std::size_t SIZE_T;
 
 #define HEAP_ZERO_MEMORY 0x00000008u
 
-// A heap of its own address space, serialised: its calls may come from
-// several threads at once. With a maximum size of 0 it grows as long as the
-// system gives memory; otherwise it never holds more than the maximum, and
-// an allocation that does not fit fails with a null result. The initial
-// size is not reserved ahead: pages are taken as they are touched.
+// A heap of its own address space, serialised whatever the options: its
+// calls may come from several threads at once. With a maximum size of 0 it
+// grows as long as the system gives memory; otherwise it never holds more
+// than the maximum, rounded up to whole pages, and an allocation that does
+// not fit fails with a null result, as does one of a single block above
+// 0xFEFD8 bytes, as in Windows' 64-bit heaps. The initial size is not
+// reserved ahead: pages are taken as they are touched.
 HANDLE HeapCreate(DWORD options, SIZE_T initialSize, SIZE_T maximumSize);
 // Unmaps the heap with all its blocks at once.
 BOOL HeapDestroy(HANDLE heap);

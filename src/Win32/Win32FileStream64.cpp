@@ -5,10 +5,9 @@
 #include "CorvoException.h"
 #include "CorvoPlatform.h"
 #include "CorvoRaise.h"
+#include "CorvoReadBlock.h"
 #include "CorvoString.h"
 #include "ZimLogger.h"
-
-#include <memory>
 
 namespace Vesk {
 namespace Corvo {
@@ -75,11 +74,11 @@ Packet_T<char> Win32FileStream64::read(unsigned int iSize)
 {
     if (iSize > maxReadSize)
         CORVO_RAISE(Exception, "FileStream64 read failure iSize exceeds SSIZE_MAX");
-    const std::unique_ptr<char[]> block(new char[iSize]);
+    const detail::ReadBlock block(iSize);
     DWORD count = 0;
-    if (!ReadFile(m_handle, block.get(), iSize, &count, nullptr))
+    if (!ReadFile(m_handle, block.data(), iSize, &count, nullptr))
         CORVO_RAISE(Exception, "FileStream64 data read failure");
-    return Packet_T<char>(count, block.get());
+    return Packet_T<char>(count, block.data());
 }
 
 void Win32FileStream64::read(char* buffer, unsigned int iSize)

@@ -5,12 +5,12 @@
 #include "CorvoNumberToString.h"
 #include "CorvoPlatform.h"
 #include "CorvoRaise.h"
+#include "CorvoReadBlock.h"
 #include "CorvoString.h"
 #include "PlatformSupport.h"
 #include "ZimLogger.h"
 
 #include <cstring>
-#include <memory>
 
 namespace Vesk {
 namespace Corvo {
@@ -92,8 +92,8 @@ void Win32SerialStream::close()
 Packet_T<char> Win32SerialStream::read(unsigned int size)
 {
     logCall("Vesk::Corvo::Win32SerialStream::read", "Win32SerialStream::read()");
-    const std::unique_ptr<char[]> block(new char[size]);
-    char* at = block.get();
+    const detail::ReadBlock block(size);
+    char* at = block.data();
     unsigned int remaining = size;
     do {
         DWORD count = 0;
@@ -102,7 +102,7 @@ Packet_T<char> Win32SerialStream::read(unsigned int size)
         at += count;
         remaining -= count;
     } while (remaining != 0);
-    return Packet_T<char>(size, block.get());
+    return Packet_T<char>(size, block.data());
 }
 
 bool Win32SerialStream::write(const Packet_T<char>& packet)

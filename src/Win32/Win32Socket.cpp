@@ -6,6 +6,7 @@
 #include "CorvoNumberToString.h"
 #include "CorvoPlatform.h"
 #include "CorvoRaise.h"
+#include "CorvoReadBlock.h"
 #include "CorvoSocketErrorDictionary.h"
 #include "ZimLogger.h"
 
@@ -215,9 +216,8 @@ void Win32Socket::sendTo(const IPPacket& packet)
 
 IPPacket Win32Socket::receiveFrom()
 {
-    // Static storage would be shared between threads; 64 KiB on the stack
-    // is within every thread's default size.
-    char buffer[MAX_BUFFER_SIZE];
+    const detail::ReadBlock block(MAX_BUFFER_SIZE);
+    char* const buffer = block.data();
     sockaddr_in from;
     std::memset(&from, 0, sizeof from);
     int length = addressLength;
