@@ -42,13 +42,16 @@ public:
     /// refused the file), or "Unable to set file pointer".
     void open(const std::string& fileName, const std::string& mode);
     /// Closes the handle. Throws StreamException "Unable to close file" when
-    /// the platform refuses, such as for a file that is not open.
+    /// the platform refuses, such as for a stream never opened; after a
+    /// failed open it succeeds, as the platform closes INVALID_HANDLE_VALUE.
     void close();
 
     /// Up to iSize bytes (0x40000000 at most) from the current position; an
     /// empty packet at the end of the file. Throws Exception "FileStream64
     /// read failure iSize exceeds SSIZE_MAX" above the limit, and
-    /// "FileStream64 data read failure" when the platform fails.
+    /// "FileStream64 data read failure" when the platform fails. The
+    /// temporary block is the calling thread's own, kept between reads (up to
+    /// 4 MiB), so a large read costs one copy and no fresh pages.
     Packet_T<char> read(unsigned int iSize);
     /// The same into the caller's buffer, without saying how many came; also
     /// throws Exception "Output buffer is null".

@@ -16,7 +16,11 @@ namespace Corvo {
 /// On Linux the heap is the library's own, over private mappings: a bounded
 /// heap never holds more than its maximum, the initial size reserves nothing
 /// ahead, and freeing a pointer that is not a live block throws instead of
-/// corrupting the heap.
+/// corrupting the heap. As on Windows, a bounded heap's maximum is rounded
+/// up to whole pages and it serves no single block above 0xFEFD8 bytes. A
+/// heap without bound serves blocks of up to 4 KiB from size classes cached
+/// per thread, in 2.5 GiB of address space that it reserves (no memory until
+/// used); where that reservation fails, it serves them as larger blocks.
 class CORVO_API Win32LocalHeap
 {
 public:

@@ -18,7 +18,8 @@ namespace Corvo {
 /// Mutex!" (try_acquire answers false). That thread owns the mutex all the
 /// same and must release it. On Linux a named mutex lives in /dev/shm
 /// (`corvo.NAME`) until the last handle to it in any process goes, also
-/// when those processes were killed.
+/// when those processes were killed. A process killed while it releases can
+/// delay the waiters of the name there by up to 100 ms; nothing hangs.
 class CORVO_API Win32Mutex
 {
 public:

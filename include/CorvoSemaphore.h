@@ -13,7 +13,9 @@ namespace Corvo {
 
 /// A kernel semaphore; failures throw Exception, nothing is logged. On
 /// Linux a named semaphore lives in /dev/shm as a named mutex does, and
-/// counts beyond 32 bits (long is 64 bits there) are refused as invalid.
+/// counts beyond 32 bits (long is 64 bits there) are refused as invalid. A
+/// process killed at any point (waiting, releasing) leaves the count exact;
+/// one killed while it releases can delay the waiters by up to 100 ms.
 class CORVO_API Win32Semaphore
 {
 public:
