@@ -100,7 +100,6 @@ TEST(Window, LivesFromCreateToTheCloseRequestAndOwnsItsTitle)
     EXPECT_TRUE(IsWindowVisible(handle));
     window.hide();
     EXPECT_FALSE(IsWindowVisible(handle));
-    EXPECT_EQ(window.getDisplay(), handle);
     Win32Window second(nullptr);
     EXPECT_TRUE(corvo_test::raisedAt<Exception>([&] { second.create(200, 100, title); },
                                                 "Win32Window::Exception: error registering the class [" + title + "]",
@@ -160,7 +159,6 @@ TEST(GraphicalContext, DrawsAndSharesWithTheFirstContext)
     // the first.
     std::unique_ptr<Win32GraphicalContext> clone(first->clone());
     EXPECT_EQ(clone->getWindowHandle(), first->getWindowHandle());
-    EXPECT_EQ(clone->getDisplay(), clone->getWindowHandle());
     clone->acquire();
     EXPECT_NE(wglGetCurrentContext(), firstContext);
     EXPECT_EQ(glIsTexture(texture), GL_TRUE);
