@@ -131,20 +131,6 @@ TEST_F(DriveSeam, EnumerateReportsReadableDrivesInTableOrderAndSDPathTheFirstPlu
         EXPECT_EQ(Win32DriveEnumerator(recorder).getSDPath(), c.expected ? root(*c.expected) : "/");
     }
 
-    // Many mounts of one device (a container's bind mounts) leave it one
-    // drive, at its first point, and the drives behind them are kept.
-    std::vector<std::string> names;
-    for (int i = 0; i < 40; ++i)
-        names.push_back("again " + std::to_string(i));
-    std::vector<Drive> table{data};
-    for (const std::string& name : names)
-        table.push_back(Drive{name.c_str(), data.device, data.type, false, true});
-    table.push_back(card);
-    useTable(table);
-    EXPECT_EQ(visits(false), (std::vector<Visit>{{false, "/", DRIVE_FIXED}, {false, root(data), DRIVE_FIXED},
-                                                 {false, root(card), DRIVE_REMOVABLE}}));
-    VisitRecorder recorder;
-    EXPECT_EQ(Win32DriveEnumerator(recorder).getSDPath(), root(card));
 }
 #endif
 

@@ -23,14 +23,11 @@
 
 namespace {
 
-bool underWine()
-{
 #if defined(_WIN32)
-    return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+const bool underWine = GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
 #else
-    return false;
+const bool underWine = false;
 #endif
-}
 
 std::wstring wide(const std::string& text) { return std::wstring(text.begin(), text.end()); }
 
@@ -49,11 +46,12 @@ TEST(PlatformFile, ReadOnlyFileIsWrittenAndEmptiedByNobody)
     dir.write("kept", "content");
     std::filesystem::permissions(dir.file("kept"), std::filesystem::perms::owner_read);
     const std::wstring name = wide(dir.file("kept"));
-    // Access, disposition, whether it opens.
+    // Access, disposition (those of every mode of Win32FileStream64 among
+    // them), whether it opens.
     const struct { DWORD access, disposition; bool opens; } rows[] = {
         {GENERIC_READ, OPEN_EXISTING, true},
         {GENERIC_READ, OPEN_ALWAYS, true},
-        {GENERIC_WRITE, OPEN_EXISTING, false},
+        {GENERIC_READ | GENERIC_WRITE, OPEN_EXISTING, false},
         {GENERIC_READ | GENERIC_WRITE, OPEN_ALWAYS, false},
         {GENERIC_READ, CREATE_ALWAYS, false},
         {GENERIC_WRITE, CREATE_ALWAYS, false},
@@ -62,7 +60,7 @@ TEST(PlatformFile, ReadOnlyFileIsWrittenAndEmptiedByNobody)
     };
     for (const auto& row : rows) {
         // Wine opens by the Unix permissions, which root (who runs the tests here) passes.
-        if (!row.opens && underWine())
+        if (!row.opens && underWine)
             continue;
         SetLastError(0);
         const HANDLE file = CreateFileW(name.c_str(), row.access, 0, nullptr, row.disposition, 0, nullptr);

@@ -10,14 +10,11 @@
 
 namespace {
 
-bool underWine()
-{
 #if defined(_WIN32)
-    return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+const bool underWine = GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
 #else
-    return false;
+const bool underWine = false;
 #endif
-}
 
 sockaddr_in loopbackAt(u_short port)
 {
@@ -93,7 +90,7 @@ TEST_F(PlatformSocket, TransfersThatCannotBeMadeGiveWinSocksCodes)
         {server, Receive, WSAESHUTDOWN, false, "recv after shutting down receiving"},
     };
     for (const auto& row : rows) {
-        if (row.wineDiffers && underWine())
+        if (row.wineDiffers && underWine)
             continue;
         WSASetLastError(0);
         const int result = row.call == Send     ? send(row.s, buffer, sizeof buffer, 0)
@@ -110,7 +107,7 @@ TEST_F(PlatformSocket, TransfersThatCannotBeMadeGiveWinSocksCodes)
 // unreachable, which the next receive reports, and a send does not.
 TEST_F(PlatformSocket, UdpReceiveReportsAPortThatNobodyListensAt)
 {
-    if (underWine())
+    if (underWine)
         GTEST_SKIP() << "Wine reports no port unreachable to a datagram socket";
     u_short gone, own;
     const SOCKET closed = bound(SOCK_DGRAM, gone);

@@ -7,34 +7,16 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
 
-// A negative length is a terminated source: the terminator is converted and
-// counted too. The explicit length of the last rows leaves it out.
-struct ToWide
-{
-    UINT codePage;
-    std::string source;
-    int length;
-    std::wstring converted;
-};
-
-struct ToNarrow
-{
-    UINT codePage;
-    std::wstring source;
-    int length;
-    std::string converted;
-};
-
 // The size asked for, the conversion, and an output one unit too small (a
 // size of 0 asks for the size).
 template <typename Unit, typename Convert>
-void expectConversion(Convert convert, const std::basic_string<Unit>& expected, const std::string& row)
+void expectConversion(Convert convert, const std::basic_string<Unit>& expected)
 {
-    SCOPED_TRACE(row);
     EXPECT_EQ(convert(nullptr, 0), static_cast<int>(expected.size()));
     std::vector<Unit> output(expected.size() + 1, Unit('#'));
     ASSERT_EQ(convert(output.data(), static_cast<int>(output.size())), static_cast<int>(expected.size()));
@@ -46,37 +28,33 @@ void expectConversion(Convert convert, const std::basic_string<Unit>& expected, 
     }
 }
 
+// A negative length is a terminated source: the terminator is converted and
+// counted too. Each row converts both ways.
 TEST(PlatformCodePage, NegativeLengthConvertsTheTerminatorToo)
 {
-    // The ANSI rows need code page 1252: Wine's under the tests' locale, and
+    // The ANSI row needs code page 1252: Wine's under the tests' locale, and
     // the layer's in the "C" locale that the program starts in.
-    const std::vector<ToWide> toWide = {
-        {CP_UTF8, std::string("h\xC3\xA9", 3), -1, std::wstring(L"h\u00E9\0", 3)},
-        {CP_UTF8, std::string(), -1, std::wstring(1, L'\0')},
-        {CP_ACP, std::string("h\xE9", 2), -1, std::wstring(L"h\u00E9\0", 3)},
-        {CP_UTF8, std::string("h\xC3\xA9", 3), 3, std::wstring(L"h\u00E9", 2)},
+    const struct { UINT codePage; std::string narrow; std::wstring wide; bool terminated; } rows[] = {
+        {CP_UTF8, "h\xC3\xA9", L"h\u00E9", true},
+        {CP_UTF8, "", L"", true},
+        {CP_ACP, "h\xE9", L"h\u00E9", true},
+        {CP_UTF8, "h\xC3\xA9", L"h\u00E9", false},
     };
-    for (const ToWide& row : toWide)
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.narrow + (row.terminated ? " terminated" : ""));
+        const int narrowLength = row.terminated ? -1 : int(row.narrow.size());
+        const int wideLength = row.terminated ? -1 : int(row.wide.size());
         expectConversion<wchar_t>(
             [&](wchar_t* output, int size) {
-                return MultiByteToWideChar(row.codePage, 0, row.source.c_str(), row.length, output, size);
+                return MultiByteToWideChar(row.codePage, 0, row.narrow.c_str(), narrowLength, output, size);
             },
-            row.converted, "to wide: " + row.source + " " + std::to_string(row.length));
-
-    const std::vector<ToNarrow> toNarrow = {
-        {CP_UTF8, L"h\u00E9", -1, std::string("h\xC3\xA9\0", 4)},
-        {CP_UTF8, L"", -1, std::string(1, '\0')},
-        {CP_ACP, L"h\u00E9", -1, std::string("h\xE9\0", 3)},
-        {CP_UTF8, L"h\u00E9", 2, std::string("h\xC3\xA9", 3)},
-    };
-    for (const ToNarrow& row : toNarrow)
+            row.terminated ? row.wide + L'\0' : row.wide);
         expectConversion<char>(
             [&](char* output, int size) {
-                return WideCharToMultiByte(row.codePage, 0, row.source.c_str(), row.length, output, size, nullptr,
-                                           nullptr);
+                return WideCharToMultiByte(row.codePage, 0, row.wide.c_str(), wideLength, output, size, nullptr, nullptr);
             },
-            row.converted, "to narrow: " + row.converted + " " + std::to_string(row.length));
-
+            row.terminated ? row.narrow + '\0' : row.narrow);
+    }
     // A length of 0 is no source at all.
     SetLastError(0);
     EXPECT_EQ(MultiByteToWideChar(CP_UTF8, 0, "a", 0, nullptr, 0), 0);
@@ -106,45 +84,35 @@ std::wstring wide(const std::string& text) { return std::wstring(text.begin(), t
 // units long.
 TEST(PlatformWindow, ClassNamesIgnoreCaseAndHaveAMaximum)
 {
-    struct Row
-    {
-        std::wstring registered;
-        std::wstring again; // the same class for Windows, whatever its case
-    };
+    // A name, and the same class for Windows in another case.
     const std::wstring base = wide(corvo_test::freshTitle("class"));
-    const std::vector<Row> sameClass = {
-        {base + L" case", base + L" CASE"},
-        {base + L" \u00E9t\u00E9", base + L" \u00C9T\u00C9"},
-    };
-    for (const Row& row : sameClass) {
-        EXPECT_NE(registerClass(row.registered), 0);
-        EXPECT_EQ(registerClass(row.again), 0);
+    for (const auto& row : {std::make_pair(base + L" case", base + L" CASE"),
+                            std::make_pair(base + L" \u00E9t\u00E9", base + L" \u00C9T\u00C9")}) {
+        EXPECT_NE(registerClass(row.first), 0);
+        EXPECT_EQ(registerClass(row.second), 0);
         EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_CLASS_ALREADY_EXISTS));
     }
-
-    struct Length
-    {
-        std::size_t units;
-        bool taken;
-    };
-    for (const Length& row : {Length{255, true}, Length{256, true}, Length{257, false}}) {
-        SCOPED_TRACE(row.units);
+    // The length, and whether it is taken.
+    for (const auto& row : {std::make_pair(255u, true), std::make_pair(256u, true), std::make_pair(257u, false)}) {
+        SCOPED_TRACE(row.first);
 #ifdef _WIN32
         // Wine's atoms hold 255 units; Windows documents 256 as the maximum.
-        if (row.units == 256 && corvo_test::underWine())
+        if (row.first == 256 && corvo_test::underWine())
             continue;
 #endif
         std::wstring name = base + L" long ";
-        name.resize(row.units, L'x');
-        EXPECT_EQ(registerClass(name) != 0, row.taken);
-        EXPECT_EQ(GetLastError(), row.taken ? 0u : static_cast<DWORD>(ERROR_INVALID_PARAMETER));
+        name.resize(row.first, L'x');
+        EXPECT_EQ(registerClass(name) != 0, row.second);
+        EXPECT_EQ(GetLastError(), row.second ? 0u : static_cast<DWORD>(ERROR_INVALID_PARAMETER));
     }
 }
 
-TEST(PlatformWindow, WindowFindsItsClassWhateverTheCase)
+// A window finds its class whatever the case of the name; ChoosePixelFormat
+// gives the closest format, also when no format has all the bits asked for.
+TEST(PlatformGl, ChoosePixelFormatTakesTheClosestFormat)
 {
     SKIP_WITHOUT_DISPLAY();
-    const std::wstring name = wide(corvo_test::freshTitle("Case"));
+    const std::wstring name = wide(corvo_test::freshTitle("pixel format"));
     ASSERT_NE(registerClass(name), 0);
     std::wstring upper = name;
     for (wchar_t& unit : upper)
@@ -152,32 +120,14 @@ TEST(PlatformWindow, WindowFindsItsClassWhateverTheCase)
     const HWND window = CreateWindowExW(0, upper.c_str(), L"", WS_OVERLAPPEDWINDOW, CW_USEDEFAULT, CW_USEDEFAULT, 200,
                                         100, nullptr, nullptr, GetModuleHandleW(nullptr), nullptr);
     ASSERT_NE(window, nullptr);
-    EXPECT_NE(DestroyWindow(window), 0);
-}
-
-// ChoosePixelFormat gives the closest format, also when no format has all
-// the bits asked for.
-TEST(PlatformGl, ChoosePixelFormatTakesTheClosestFormat)
-{
-    SKIP_WITHOUT_DISPLAY();
-    const std::wstring name = wide(corvo_test::freshTitle("pixel format"));
-    ASSERT_NE(registerClass(name), 0);
-    const HWND window = CreateWindowExW(0, name.c_str(), L"", WS_OVERLAPPEDWINDOW, CW_USEDEFAULT, CW_USEDEFAULT, 200,
-                                        100, nullptr, nullptr, GetModuleHandleW(nullptr), nullptr);
-    ASSERT_NE(window, nullptr);
     const HDC deviceContext = GetDC(window);
-    struct Row
-    {
-        const char* what;
-        BYTE colour, depth, alpha, stencil;
-    };
-    const Row rows[] = {
+    const struct { const char* what; BYTE colour, depth, alpha, stencil; } rows[] = {
         {"the usual", 32, 16, 0, 0},
         {"more depth than any", 32, 64, 0, 0},
         {"more alpha than any", 32, 16, 64, 0},
         {"more stencil than any", 32, 16, 0, 64},
     };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         PIXELFORMATDESCRIPTOR format = {};
         format.nSize = sizeof format;
         format.nVersion = 1;

@@ -204,30 +204,12 @@ TEST(SerialStreamFailures, ClosedAndMissingPorts)
 #ifndef _WIN32
         // A device that is no tty opens, then refuses the settings.
         {[&] { open("/dev/null"); }, "Win32SerialStream::open(): Failed to get current port settings!"},
-        // Windows refuses 5 data bits with 2 stop bits (Wine takes them).
-        {[&] { serial.open("/dev/ptmx", Bps9600, DataBits5, ParityNone, StopBits2); },
-         "Win32SerialStream::open(): Failed to set port parameters!"},
 #endif
     };
     for (const auto& row : rows) {
         EXPECT_TRUE(throwsWith<SerialStreamException>(row.first, row.second));
         serial.close();
     }
-#ifndef _WIN32
-    // A port whose line goes (an adapter unplugged; here a pty hung up)
-    // fails the read instead of waiting on it for ever.
-    const int master = posix_openpt(O_RDWR | O_NOCTTY);
-    ASSERT_TRUE(master >= 0 && grantpt(master) == 0 && unlockpt(master) == 0);
-    const std::string tty = ptsname(master);
-    open(tty.c_str());
-    const int other = ::open(tty.c_str(), O_RDWR | O_NOCTTY);
-    if (ioctl(other, TIOCVHANGUP) == 0) { // with CAP_SYS_ADMIN
-        EXPECT_TRUE(throwsWith<SerialStreamException>([&] { serial.read(1); }, "Win32SerialStream::read(): Failed to read !"));
-    }
-    ::close(other);
-    serial.close();
-    ::close(master);
-#endif
 }
 
 #ifndef _WIN32
@@ -244,8 +226,6 @@ TEST(SerialLine, ControlBlockGivesTermios)
         {5, SPACEPARITY, ONE5STOPBITS, CS5 | PARENB | CMSPAR | CSTOPB},
         {9, NOPARITY, ONESTOPBIT, 0},
         {8, 5, ONESTOPBIT, 0},
-        {8, NOPARITY, ONE5STOPBITS, 0},
-        {5, NOPARITY, TWOSTOPBITS, 0},
     };
     for (const auto& c : cases) {
         const bool accepted = c.flags != 0;

@@ -186,7 +186,7 @@ TEST(Socket, RefusalsKeepNoDescriptor)
     EXPECT_EQ(openDescriptors(), before);
 }
 
-TEST(Socket, OneStartUpForAllSocketsEndedByTheLastAndNetworkOrder)
+TEST(Socket, OneStartUpForAllSocketsEndedByTheLast)
 {
     // No socket lives between tests: WinSock is down.
     EXPECT_EQ(socket(AF_INET, SOCK_STREAM, IPPROTO_TCP), INVALID_SOCKET);
@@ -197,11 +197,7 @@ TEST(Socket, OneStartUpForAllSocketsEndedByTheLastAndNetworkOrder)
     const SOCKET raw = socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
     EXPECT_NE(raw, INVALID_SOCKET);
     EXPECT_EQ(closesocket(raw), 0);
-    const unsigned long address = inet_addr("1.2.3.4");
-    EXPECT_EQ(reinterpret_cast<const unsigned char*>(&address)[0], 1);
     EXPECT_EQ(inet_addr("not an address"), INADDR_NONE);
-    const u_short port = htons(0x1234);
-    EXPECT_EQ(reinterpret_cast<const unsigned char*>(&port)[0], 0x12);
     second.reset();
     EXPECT_EQ(socket(AF_INET, SOCK_STREAM, IPPROTO_TCP), INVALID_SOCKET);
 }

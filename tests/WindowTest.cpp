@@ -26,7 +26,7 @@
 #  include <sys/wait.h>
 #  include <unistd.h>
 
-#  include <cstring>
+#  include <functional>
 #  include <vector>
 
 extern char** environ;
@@ -100,7 +100,6 @@ TEST(Window, LivesFromCreateToTheCloseRequestAndOwnsItsTitle)
     EXPECT_TRUE(IsWindowVisible(handle));
     window.hide();
     EXPECT_FALSE(IsWindowVisible(handle));
-    EXPECT_EQ(window.getDisplay(), handle);
     Win32Window second(nullptr);
     EXPECT_TRUE(corvo_test::raisedAt<Exception>([&] { second.create(200, 100, title); },
                                                 "Win32Window::Exception: error registering the class [" + title + "]",
@@ -160,7 +159,6 @@ TEST(GraphicalContext, DrawsAndSharesWithTheFirstContext)
     // the first.
     std::unique_ptr<Win32GraphicalContext> clone(first->clone());
     EXPECT_EQ(clone->getWindowHandle(), first->getWindowHandle());
-    EXPECT_EQ(clone->getDisplay(), clone->getWindowHandle());
     clone->acquire();
     EXPECT_NE(wglGetCurrentContext(), firstContext);
     EXPECT_EQ(glIsTexture(texture), GL_TRUE);
@@ -219,98 +217,64 @@ TEST(GraphicalContext, ReleaseClearsAContextThatGlxMadeCurrent)
     EXPECT_TRUE(window.capture(false));
 }
 
-// A test that needs an X server of its own runs this program again as a
-// child on a private Xvfb; CORVO_TEST_CHILD tells the child, and names the
-// pipe on which it reports that it is ready.
-bool isChild() { return std::getenv("CORVO_TEST_CHILD") != nullptr; }
-
-void reportReady()
+// Runs the body in a child, this program run again for the current test
+// alone on a private Xvfb with the given screen ("640x480x16"), whose
+// process CORVO_TEST_XVFB names to the child.
+void onOwnXvfb(const char* screen, const std::function<void()>& body)
 {
-    const int pipe = std::atoi(std::getenv("CORVO_TEST_CHILD"));
-    ASSERT_EQ(write(pipe, "r", 1), 1);
-    close(pipe);
-}
-
-class PrivateXvfb
-{
-public:
-    // Xvfb with one screen ("640x480x16"); display() is empty when it
-    // could not start.
-    explicit PrivateXvfb(const char* screen)
-    {
-        int ends[2];
-        if (pipe(ends) != 0)
-            return;
-        const std::string fd = std::to_string(ends[1]);
-        const char* const argv[] = {"Xvfb", "-displayfd", fd.c_str(), "-screen", "0", screen, "-nolisten", "tcp", nullptr};
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_addclose(&actions, ends[0]);
-        posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
-        const bool started = posix_spawnp(&m_pid, "Xvfb", &actions, nullptr, const_cast<char**>(argv), environ) == 0;
-        posix_spawn_file_actions_destroy(&actions);
-        close(ends[1]);
-        // The number comes once the server accepts connections; the end of
-        // the pipe if it dies first.
-        std::string number;
-        char digit = 0;
-        while (started && read(ends[0], &digit, 1) == 1 && digit != '\n')
-            number += digit;
-        if (!number.empty() && digit == '\n')
-            m_display = ":" + number;
-        if (!started)
-            m_pid = -1;
-        close(ends[0]);
-    }
-    ~PrivateXvfb() { kill(); }
-    const std::string& display() const { return m_display; }
-    void kill()
-    {
-        if (m_pid > 0) {
-            ::kill(m_pid, SIGKILL);
-            waitpid(m_pid, nullptr, 0);
-        }
-        m_pid = -1;
-    }
-    // Runs this program's test of the given name as a child on the server;
-    // ready is the pipe end on which the child reports. Gives the child.
-    pid_t runChild(const std::string& test, int ready) const
-    {
-        std::vector<std::string> variables{"DISPLAY=" + m_display, "CORVO_TEST_CHILD=" + std::to_string(ready)};
-        for (char** variable = environ; *variable != nullptr; ++variable)
-            if (std::strncmp(*variable, "DISPLAY=", 8) != 0)
-                variables.push_back(*variable);
+    if (std::getenv("CORVO_TEST_XVFB") != nullptr)
+        return body();
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    const std::string fd = std::to_string(ends[1]);
+    const char* const xvfb[] = {"Xvfb", "-displayfd", fd.c_str(), "-screen", "0", screen, "-nolisten", "tcp", nullptr};
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addclose(&actions, ends[0]);
+    posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
+    pid_t server = -1;
+    const bool started = posix_spawnp(&server, "Xvfb", &actions, nullptr, const_cast<char**>(xvfb), environ) == 0;
+    posix_spawn_file_actions_destroy(&actions);
+    close(ends[1]);
+    // The number comes once the server accepts connections; the end of the
+    // pipe if it dies first.
+    std::string number;
+    char digit = 0;
+    while (started && read(ends[0], &digit, 1) == 1 && digit != '\n')
+        number += digit;
+    close(ends[0]);
+    int status = -1;
+    if (digit == '\n' && !number.empty()) {
+        // getenv takes the first DISPLAY, which is the server's.
+        std::vector<std::string> variables{"DISPLAY=:" + number, "CORVO_TEST_XVFB=" + std::to_string(server)};
         std::vector<char*> envp;
         for (std::string& variable : variables)
             envp.push_back(variable.data());
+        for (char** variable = environ; *variable != nullptr; ++variable)
+            envp.push_back(*variable);
         envp.push_back(nullptr);
-        const std::string filter = "--gtest_filter=" + test;
+        const ::testing::TestInfo* test = ::testing::UnitTest::GetInstance()->current_test_info();
+        const std::string filter = std::string("--gtest_filter=") + test->test_suite_name() + "." + test->name();
         char program[] = "/proc/self/exe";
         char* const argv[] = {program, const_cast<char*>(filter.c_str()), nullptr};
         pid_t child = -1;
-        return posix_spawn(&child, program, nullptr, nullptr, argv, envp.data()) == 0 ? child : -1;
+        if (posix_spawn(&child, program, nullptr, nullptr, argv, envp.data()) == 0 && waitpid(child, &status, 0) == child)
+            status = WIFEXITED(status) ? WEXITSTATUS(status) : 128;
     }
-
-private:
-    pid_t m_pid = -1;
-    std::string m_display;
-};
-
-#define SKIP_WITHOUT_XVFB(server) \
-    if ((server).display().empty()) \
-    GTEST_SKIP() << "Xvfb could not be started"
-
-int exitCodeOf(pid_t child)
-{
-    int status = 0;
-    return child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    if (started) {
+        ::kill(server, SIGKILL);
+        waitpid(server, nullptr, 0);
+    }
+    if (status == -1)
+        GTEST_SKIP() << "Xvfb could not be started";
+    EXPECT_EQ(status, 0);
 }
 
 // Windows' ChoosePixelFormat gives the closest format the display has: on a
 // 16-bit display, 5 and 6 bits for the 8 asked for.
 TEST(GraphicalContext, TakesTheClosestFormatOfA16BitDisplay)
 {
-    if (isChild()) {
+    onOwnXvfb("640x480x16", [] {
         Win32Window window(nullptr);
         window.create(320, 240, freshTitle("16-bit"));
         window.show();
@@ -319,25 +283,21 @@ TEST(GraphicalContext, TakesTheClosestFormatOfA16BitDisplay)
         EXPECT_EQ(clearAndRead(1.0f, 0.0f, 1.0f), 0xFF00FFu);
         context.release();
         window.destroy();
-        return;
-    }
-    PrivateXvfb server("640x480x16");
-    SKIP_WITHOUT_XVFB(server);
-    EXPECT_EQ(exitCodeOf(server.runChild("GraphicalContext.TakesTheClosestFormatOfA16BitDisplay", -1)), 0);
+    });
 }
 
 // The server going away must not end the program: its windows are destroyed
 // (which ends the pump), and the window and GL calls fail from then on.
 TEST(Window, OutlivesItsXServer)
 {
-    if (isChild()) {
+    onOwnXvfb("640x480x24", [] {
         Win32Window window(nullptr);
         window.create(320, 240, freshTitle("lost"));
         window.show();
         const HWND handle = static_cast<HWND>(window.getDisplay());
         Win32GraphicalContext context(handle);
         context.acquire();
-        reportReady();
+        ::kill(std::atoi(std::getenv("CORVO_TEST_XVFB")), SIGKILL);
         EXPECT_TRUE(window.capture(false));
         EXPECT_FALSE(alive(handle));
         EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_WINDOW_HANDLE));
@@ -353,20 +313,7 @@ TEST(Window, OutlivesItsXServer)
                                                     "src/Win32/Win32Window.cpp", "Vesk::Corvo::Win32Window::create"));
         context.release();
         EXPECT_FALSE(window.capture(true));
-        return;
-    }
-    PrivateXvfb server("640x480x24");
-    SKIP_WITHOUT_XVFB(server);
-    int ready[2];
-    ASSERT_EQ(pipe(ready), 0);
-    const pid_t child = server.runChild("Window.OutlivesItsXServer", ready[1]);
-    close(ready[1]);
-    char byte = 0;
-    const bool pumping = read(ready[0], &byte, 1) == 1;
-    close(ready[0]);
-    server.kill();
-    EXPECT_TRUE(pumping);
-    EXPECT_EQ(exitCodeOf(child), 0);
+    });
 }
 #endif
 
