@@ -123,8 +123,8 @@ TEST(Logger, PolicyManagement)
     std::vector<Record> records;
     Recorder p("managed", records);
     EXPECT_TRUE(raisedAt<Exception>([] { logger().enablePolicy("nobody"); },
-                                                "A log Policy with name [nobody] does not exist within the system",
-                                                "src/Zim/Zimlogger.cpp", "Vesk::Zim::Logger::enablePolicy"));
+                                    "A log Policy with name [nobody] does not exist within the system",
+                                    "src/Zim/Zimlogger.cpp", "Vesk::Zim::Logger::enablePolicy"));
     logger().disablePolicy("nobody");
     logger().logToSysLog(false);
     EXPECT_TRUE(throwsWith<Exception>([] { logger().logToSysLog(true); },
