@@ -1,5 +1,5 @@
-// Win32LocalHeap: zero fill, the bound, refusal of foreign blocks, several
-// threads at once, and destruction with blocks still held.
+// Win32LocalHeap: zero fill, the bound, refusal of foreign blocks, and the
+// blocks that threads keep for their next allocations.
 #include "CorvoLocalHeap.h"
 #include "TestSupport.h"
 
@@ -9,16 +9,12 @@
 #include <cstring>
 #include <future>
 #include <memory>
-#include <thread>
 #include <vector>
 
 namespace {
 
 using Vesk::Corvo::Exception;
 using Vesk::Corvo::Win32LocalHeap;
-using corvo_test::throwsWith;
-
-const char freeFailure[] = "Error freeing a memory block! ";
 
 bool allBytesAre(const void* block, std::size_t size, unsigned char value)
 {
@@ -26,20 +22,37 @@ bool allBytesAre(const void* block, std::size_t size, unsigned char value)
     return std::all_of(bytes, bytes + size, [value](unsigned char byte) { return byte == value; });
 }
 
-// The second block of each size is left to the heap's destruction.
+// Rounds of one block of each size held at once (in turning order): each
+// must come zeroed and keep the pattern written to it until it is freed.
+// The last round's blocks go to kept, or are left to the heap's destruction.
+bool churn(Win32LocalHeap& heap, const std::vector<unsigned int>& sizes, int rounds, unsigned char pattern,
+           std::vector<void*>* kept = nullptr)
+{
+    for (int round = 0; round < rounds; ++round) {
+        std::vector<std::pair<void*, unsigned int>> held;
+        for (std::size_t i = 0; i < sizes.size(); ++i) {
+            const unsigned int size = sizes[(i + round) % sizes.size()];
+            void* block = heap.allocate(size);
+            if (block == nullptr || !allBytesAre(block, size, 0))
+                return false;
+            held.emplace_back(static_cast<void*>(std::memset(block, pattern, size)), size);
+        }
+        for (const auto& [block, size] : held) {
+            if (!allBytesAre(block, size, pattern))
+                return false;
+            if (round + 1 < rounds)
+                heap.free(block);
+            else if (kept)
+                kept->push_back(block);
+        }
+    }
+    return true;
+}
+
 TEST(LocalHeap, BlocksAreZeroFilledAlsoWhenReused)
 {
     Win32LocalHeap heap(0, 0);
-    for (unsigned int size : {1u, 16u, 100u, 4096u, 70000u, 3u << 20}) {
-        for (int round = 0; round < 2; ++round) {
-            void* block = heap.allocate(size);
-            ASSERT_NE(block, nullptr) << size;
-            EXPECT_TRUE(allBytesAre(block, size, 0)) << size << " round " << round;
-            std::memset(block, 0xA5, size);
-            if (round == 0)
-                heap.free(block);
-        }
-    }
+    EXPECT_TRUE(churn(heap, {1, 16, 100, 4096, 70000, 3u << 20}, 3, 0xA5));
 }
 
 TEST(LocalHeap, TheLargerSizeBoundsTheHeapInEitherOrder)
@@ -70,8 +83,7 @@ TEST(LocalHeap, TheLargerSizeBoundsTheHeapInEitherOrder)
 
 TEST(LocalHeap, FreeIgnoresNullAndRefusesWhatIsNotItsBlock)
 {
-    Win32LocalHeap heap(0, 0);
-    Win32LocalHeap other(0, 0);
+    Win32LocalHeap heap(0, 0), other(0, 0);
     heap.free(nullptr);
     // Another heap's block, a freed one, and a pointer into a block even
     // behind bytes that look like a start.
@@ -81,86 +93,49 @@ TEST(LocalHeap, FreeIgnoresNullAndRefusesWhatIsNotItsBlock)
     void* freed = heap.allocate(64);
     heap.free(freed);
     for (void* pointer : {foreign, freed, static_cast<void*>(words + 10)})
-        EXPECT_TRUE(throwsWith<Exception>([&] { heap.free(pointer); }, freeFailure)) << pointer;
+        EXPECT_TRUE(corvo_test::throwsWith<Exception>([&] { heap.free(pointer); }, "Error freeing a memory block! "));
     heap.free(words);
     // Both heaps are whole after the refusals.
     EXPECT_TRUE(allBytesAre(heap.allocate(64), 64, 0));
     other.free(foreign);
 }
 
-// Each thread keeps its last round's blocks; this thread frees them, so
-// blocks go back across threads too.
-TEST(LocalHeap, ThreadsAllocateAndFreeAtOnce)
+// Four threads churn two heaps at once, each in its own pattern, and keep
+// their last blocks of the lasting heap for this thread to free. The first
+// heap is destroyed while the threads keep blocks of it: a heap made later
+// (perhaps at the same address) must not serve them again, and threads that
+// end give their blocks back to the heap that lives on.
+TEST(LocalHeap, ThreadsShareHeapsAndKeptBlocksOutliveNeitherHeapNorThread)
 {
-    Win32LocalHeap heap(0, 0);
-    std::vector<int> faults(4, 0);
-    std::vector<std::vector<void*>> kept(4);
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t)
-        threads.emplace_back([&heap, &faults, &kept, t] {
-            const unsigned char pattern = static_cast<unsigned char>(0x11 * (t + 1));
-            std::vector<std::pair<void*, unsigned int>> held;
-            for (unsigned int round = 0; round < 300; ++round) {
-                held.clear();
-                for (unsigned int i = 0; i < 16; ++i) {
-                    const unsigned int size = 1 + (round * 7 + i * 131) % 3000;
-                    void* block = heap.allocate(size);
-                    if (block == nullptr || !allBytesAre(block, size, 0))
-                        return static_cast<void>(++faults[t]);
-                    std::memset(block, pattern, size);
-                    held.emplace_back(block, size);
-                }
-                for (const auto& block : held) {
-                    faults[t] += allBytesAre(block.first, block.second, pattern) ? 0 : 1;
-                    if (round < 299)
-                        heap.free(block.first);
-                    else
-                        kept[t].push_back(block.first);
-                }
-            }
-        });
-    for (std::thread& thread : threads)
-        thread.join();
-    EXPECT_EQ(faults, std::vector<int>(4, 0));
-    for (const std::vector<void*>& blocks : kept) {
-        ASSERT_EQ(blocks.size(), 16u);
-        for (void* block : blocks)
-            EXPECT_NO_THROW(heap.free(block));
-    }
-}
-
-// Threads keep freed blocks for their next allocations. A heap destroyed
-// while a thread keeps some of its blocks must not serve them again through
-// a heap made later (perhaps at the same address), and a thread that ends
-// gives its blocks back to a heap that lives on.
-TEST(LocalHeap, KeptBlocksOutliveNeitherTheirHeapNorTheirThread)
-{
-    auto churn = [](Win32LocalHeap& heap) {
-        for (unsigned int size : {16u, 200u, 4000u})
-            for (int i = 0; i < 300; ++i) {
-                void* block = heap.allocate(size);
-                if (block == nullptr || !allBytesAre(block, size, 0))
-                    return false;
-                std::memset(block, 0xA5, size);
-                heap.free(block);
-            }
-        return true;
-    };
     std::unique_ptr<Win32LocalHeap> first(new Win32LocalHeap(0, 0));
     Win32LocalHeap lasting(0, 0);
-    std::promise<void> kept, destroyed;
-    std::future<bool> later = std::async(std::launch::async, [&] {
-        const bool before = churn(*first) && churn(lasting);
-        kept.set_value();
-        destroyed.get_future().wait();
-        Win32LocalHeap second(0, 0);
-        return before && churn(second) && churn(lasting);
-    });
-    kept.get_future().wait();
+    std::vector<std::vector<void*>> kept(4);
+    std::vector<std::promise<void>> churned(4);
+    std::promise<void> destroyed;
+    const std::shared_future<void> firstIsGone = destroyed.get_future().share();
+    std::vector<std::future<bool>> threads;
+    for (int t = 0; t < 4; ++t)
+        threads.push_back(std::async(std::launch::async, [&, t] {
+            const unsigned char pattern = static_cast<unsigned char>(0x11 * (t + 1));
+            std::vector<unsigned int> sizes;
+            for (unsigned int i = 0; i < 16; ++i)
+                sizes.push_back(1 + (t * 7 + i * 131) % 3000);
+            const bool before = churn(*first, sizes, 100, pattern) && churn(lasting, sizes, 200, pattern, &kept[t]);
+            churned[t].set_value();
+            firstIsGone.wait();
+            Win32LocalHeap second(0, 0);
+            return before && churn(second, sizes, 100, pattern) && churn(lasting, sizes, 100, pattern);
+        }));
+    for (std::promise<void>& done : churned)
+        done.get_future().wait();
     first.reset();
     destroyed.set_value();
-    EXPECT_TRUE(later.get());
-    EXPECT_TRUE(churn(lasting));
+    for (const std::vector<void*>& blocks : kept)
+        for (void* block : blocks)
+            EXPECT_NO_THROW(lasting.free(block));
+    for (std::future<bool>& thread : threads)
+        EXPECT_TRUE(thread.get());
+    EXPECT_TRUE(churn(lasting, {16, 200, 4000}, 300, 0xA5));
 }
 
 } // namespace

@@ -20,38 +20,31 @@ struct Record
     bool wide;
 };
 
-// Records what it is given, into a list that several policies may share.
-struct RecordingPolicy : Vesk::Zim::LogPolicy
+// Records what it is given, into its own list, or into one that several
+// share. One with its own list is enabled in the process's Logger for the
+// life of the object.
+struct Recorder : Vesk::Zim::LogPolicy
 {
-    RecordingPolicy(const std::string& name, std::vector<Record>& sink) : LogPolicy(name), sink(sink) {}
+    explicit Recorder(const std::string& name) : Recorder(name, records)
+    {
+        Vesk::Zim::Logger::getSingleton().addPolicy(*this, true);
+    }
+    Recorder(const std::string& name, std::vector<Record>& sink) : LogPolicy(name), sink(sink) {}
+    ~Recorder() override { Vesk::Zim::Logger::getSingleton().disablePolicy(getName()); }
     void log(const std::string& head, const std::wstring& text) override
     {
         sink.push_back(Record{getName(), head, std::string(text.begin(), text.end()), true});
     }
-    void log(const std::string& head, const std::string& text) override
-    {
-        sink.push_back(Record{getName(), head, text, false});
-    }
-    std::vector<Record>& sink;
-};
-
-// A recording policy of its own, enabled in the process's Logger for the
-// life of the object.
-struct Recorder : RecordingPolicy
-{
-    explicit Recorder(const std::string& name) : RecordingPolicy(name, records)
-    {
-        Vesk::Zim::Logger::getSingleton().addPolicy(*this, true);
-    }
-    ~Recorder() override { Vesk::Zim::Logger::getSingleton().disablePolicy(getName()); }
+    void log(const std::string& head, const std::string& text) override { sink.push_back(Record{getName(), head, text, false}); }
     std::vector<std::string> texts() const
     {
         std::vector<std::string> result;
-        for (const Record& r : records)
+        for (const Record& r : sink)
             result.push_back(r.text);
         return result;
     }
 
+    std::vector<Record>& sink;
     std::vector<Record> records;
 };
 

@@ -45,9 +45,8 @@ TEST(LoggerLifecycle, FirstUseBuildsTheOnlyLogger)
     }
 
     // A second Logger is refused with the hand-written report.
-    EXPECT_TRUE(raisedAt<Vesk::Zim::Exception>([] { Logger second(LogInfo); },
-                                                           "Logger instance already set ", "ZimLogger",
-                                                           "Logger::Logger", 25));
+    EXPECT_TRUE(raisedAt<Vesk::Zim::Exception>([] { Logger second(LogInfo); }, "Logger instance already set ",
+                                               "ZimLogger", "Logger::Logger", 25));
     EXPECT_EQ(&Logger::getSingleton(), first);
 
     // Nothing is enabled: records go nowhere until the console is switched on.

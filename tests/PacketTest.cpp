@@ -45,23 +45,14 @@ public:
 TEST(Packet, CopiesAreDeepAndKeepZeroBytesAndNullBuffersAreRefusedUnlessEmpty)
 {
     const char source[] = {'a', '\0', 'b'};
-    Packet_T<char> original(3, source);
-    Packet_T<char> copy(original);
-    Packet_T<char> assigned(1, "z");
+    Packet_T<char> original(3, source), copy(original), assigned(1, "z");
     assigned = original;
-    original.m_buffer[0] = 'X';
-    EXPECT_EQ(bytesOf(copy), std::string("a\0b", 3));
-    EXPECT_EQ(bytesOf(assigned), std::string("a\0b", 3));
-    EXPECT_NE(copy.m_buffer, original.m_buffer);
-
     Packet_T<char>& self = assigned;
     assigned = self;
-    EXPECT_EQ(bytesOf(assigned), std::string("a\0b", 3));
-
-    for (const char* pointer : {static_cast<const char*>(nullptr), source}) {
-        const Packet_T<char> empty(0, pointer); // no block, whatever the pointer
-        EXPECT_TRUE(empty.m_size == 0 && empty.m_buffer == nullptr);
-    }
+    original.m_buffer[0] = 'X';
+    EXPECT_EQ(bytesOf(copy) + bytesOf(assigned), std::string("a\0ba\0b", 6));
+    for (const char* pointer : {static_cast<const char*>(nullptr), source}) // no block, whatever the pointer
+        EXPECT_EQ(Packet_T<char>(0, pointer).m_buffer, nullptr);
     const std::string header = "include/CorvoPacket.h", constructor = "Vesk::Corvo::Packet_T<char>::Packet_T";
     EXPECT_TRUE(raisedAt<Exception>([] { Packet_T<char>(5, nullptr); }, "Input buffer pointing to nullptr", header, constructor));
     Packet_T<char> broken(0, nullptr);

@@ -104,28 +104,24 @@ TEST(RollingFile, SeriesOnDirectoriesOfOldFiles)
     }
 }
 
-// A wide text counts its wide characters, not its bytes in the file.
-TEST(RollingFile, WideTextCountsItsCharacters)
-{
-    TempDirectory dir("wide");
-    {
-        LogToRollingFilePolicy policy(dir.path(), "w%hu", 9, withThread({"0 - "})[0].size() + 2);
-        policy.log("", std::wstring(L"\x00E9\x20AC"));
-        EXPECT_EQ(dir.names(), (Names{"w1"}));
-    }
-    EXPECT_EQ(dir.lines("w1"), withThread({"0 - \xC3\xA9\xE2\x82\xAC"}));
-}
-
-TEST(RollingFile, MissingDirectoryRecoversAtALaterRoll)
+// Records lost to a missing directory still count, and the series goes on
+// at a later roll. A wide text counts its wide characters, not its bytes in
+// the file: the last record fits.
+TEST(RollingFile, MissingDirectoryRecoversAtALaterRollAndWideTextCountsItsCharacters)
 {
     TempDirectory parent("missing");
     const std::string directory = parent.file("later");
-    LogToRollingFilePolicy policy(directory, "log%hu.txt", 9, 0);
-    policy.log("", std::string("lost"));
-    std::filesystem::create_directory(directory);
-    policy.log("", std::string("lost too"));
-    policy.log("", std::string("kept"));
+    {
+        LogToRollingFilePolicy policy(directory, "log%hu.txt", 9, withThread({"0 - "})[0].size() + 2);
+        policy.log("", std::string("lost"));
+        std::filesystem::create_directory(directory);
+        policy.log("", std::string("lost too"));
+        policy.log("", std::string("kept"));
+        policy.log("", std::wstring(L"\x00E9\x20AC"));
+    }
     EXPECT_EQ(parent.lines("later/log3.txt"), withThread({"2 - kept"}));
+    EXPECT_EQ(parent.lines("later/log4.txt"), withThread({"3 - \xC3\xA9\xE2\x82\xAC"}));
+    EXPECT_FALSE(std::filesystem::exists(directory + "/log5.txt"));
 }
 
 // A name format that would hand sprintf and sscanf what they don't get is

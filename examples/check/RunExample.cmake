@@ -1,13 +1,19 @@
-# Runs an example and checks that it ends with status 0 and that its output
-# matches EXPECT. With LOGS, one of the files that the glob LOGS names must
-# match LOG_EXPECT too; their directory is emptied first. EMULATOR and ARGS are lists separated by '|'
-# (EMULATOR empty natively).
+# Runs an example: it must end with status 0 and its output match EXPECT.
+# EMULATOR (empty natively) and ARGS are lists separated by '|'. With LOGS,
+# one of the files the glob names must match LOG_EXPECT; with SCREENSHOT, the
+# image it writes must be a PPM of at least 100x100 in the one colour of
+# EXPECT's three groups (within a step of rounding). Files of an earlier run
+# are removed first, so that none passes for this one's.
+if(DEFINED SCREENSHOT AND NOT DEFINED ENV{DISPLAY})
+  message("skipped: no X display (DISPLAY is unset)")
+  return()
+endif()
 string(REPLACE "|" ";" emulator "${EMULATOR}")
 string(REPLACE "|" ";" arguments "${ARGS}")
-if(DEFINED LOGS) # no file of an earlier run may pass for this one's
-  get_filename_component(logDirectory "${LOGS}" DIRECTORY)
-  file(REMOVE_RECURSE "${logDirectory}")
-endif()
+get_filename_component(logDirectory "${LOGS}" DIRECTORY)
+foreach(stale ${logDirectory} ${SCREENSHOT})
+  file(REMOVE_RECURSE ${stale})
+endforeach()
 execute_process(COMMAND ${emulator} ${PROGRAM} ${arguments}
                 OUTPUT_VARIABLE output ERROR_VARIABLE errors RESULT_VARIABLE status)
 if(NOT status EQUAL 0)
@@ -16,6 +22,8 @@ endif()
 if(NOT output MATCHES "${EXPECT}")
   message(FATAL_ERROR "no match for '${EXPECT}' in the output:\n${output}${errors}")
 endif()
+set(expected ${CMAKE_MATCH_1} ${CMAKE_MATCH_2} ${CMAKE_MATCH_3})
+
 if(DEFINED LOGS)
   file(GLOB logs ${LOGS})
   foreach(log IN LISTS logs)
@@ -25,4 +33,35 @@ if(DEFINED LOGS)
     endif()
   endforeach()
   message(FATAL_ERROR "no match for '${LOG_EXPECT}' in the log files '${logs}'")
+endif()
+
+if(DEFINED SCREENSHOT)
+  file(READ ${SCREENSHOT} head LIMIT 32)
+  if(NOT head MATCHES "^P6\n([0-9]+) ([0-9]+)\n255\n")
+    message(FATAL_ERROR "not a binary PPM: ${SCREENSHOT}")
+  endif()
+  set(width ${CMAKE_MATCH_1})
+  set(height ${CMAKE_MATCH_2})
+  string(LENGTH "${CMAKE_MATCH_0}" headLength)
+  if(width LESS 100 OR height LESS 100)
+    message(FATAL_ERROR "image of ${width}x${height}, smaller than the window")
+  endif()
+  file(READ ${SCREENSHOT} pixels OFFSET ${headLength} HEX)
+  string(SUBSTRING "${pixels}" 0 6 first)
+  math(EXPR count "${width} * ${height}")
+  string(REPEAT "${first}" ${count} uniform)
+  if(NOT pixels STREQUAL uniform)
+    message(FATAL_ERROR "the image is not of one colour (first pixel ${first})")
+  endif()
+  foreach(channel 0 1 2)
+    math(EXPR offset "${channel} * 2")
+    string(SUBSTRING "${first}" ${offset} 2 byte)
+    math(EXPR got "0x${byte}")
+    list(GET expected ${channel} want)
+    math(EXPR difference "${got} - ${want}")
+    if(difference GREATER 1 OR difference LESS -1)
+      message(FATAL_ERROR "pixel ${first}, expected ${expected}")
+    endif()
+  endforeach()
+  message(STATUS "${width}x${height} of ${first}, cleared to ${expected}")
 endif()
