@@ -19,10 +19,7 @@
 #include <vector>
 
 using namespace Vesk::Corvo;
-using corvo_test::asleep;
-using corvo_test::eventually;
-using corvo_test::throwsWith;
-using corvo_test::uniqueName;
+using namespace corvo_test;
 
 namespace {
 
@@ -108,38 +105,24 @@ TEST(KernelObjects, SemaphoreRefusesSilentlyAndWakesOnAnotherObjectsEnd)
     waiter.get();
 }
 
-namespace {
-
-// A thread that says who it is, then runs f.
-template <typename F>
-auto started(std::atomic<unsigned long long>& id, F f) -> std::future<decltype(f())>
-{
-    return std::async(std::launch::async, [&id, f] {
-        id = Win32Thread::self();
-        return f();
-    });
-}
-
-// Whether the thread has come to sleep, or ended.
-template <typename T>
-bool stopped(const std::atomic<unsigned long long>& id, std::future<T>& thread)
-{
-    return id && (asleep(static_cast<std::intptr_t>(id.load())) ||
-                  thread.wait_for(std::chrono::seconds(0)) == std::future_status::ready);
-}
-
-} // namespace
-
 TEST(KernelObjects, ReadersShareAWaitingWriterStopsLaterOnesAndDestructionWaitsForThem)
 {
     auto* lock = new Win32ReadWriteLock;
     lock->readLock();
-    elsewhere([&] { lock->readLock(); }); // a second reader gets in at once
+    elsewhere([&] { lock->readLock(); }); // a second reader gets in at once, and stays
     lock->readUnlock();
-    // A reader that comes while a writer waits goes after it. Where a sleep
-    // can't be seen (Windows), the reader may come before the writer: the
-    // round is tried again.
     std::atomic<int> order{0};
+    // A thread that says who it is, then runs f; and whether it sleeps now,
+    // or has ended.
+    auto start = [](std::atomic<unsigned long long>& id, std::function<int()> f) {
+        return std::async(std::launch::async, [&id, f] { return id = Win32Thread::self(), f(); });
+    };
+    auto stopped = [](std::atomic<unsigned long long>& id, std::future<int>& thread) {
+        return eventually([&] {
+            return id && (asleep(static_cast<std::intptr_t>(id.load())) ||
+                          thread.wait_for(std::chrono::seconds(0)) == std::future_status::ready);
+        });
+    };
     auto enter = [&](bool write) {
         return [&, write] {
             write ? lock->writeLock() : lock->readLock();
@@ -148,22 +131,24 @@ TEST(KernelObjects, ReadersShareAWaitingWriterStopsLaterOnesAndDestructionWaitsF
             return seen;
         };
     };
+    // A reader that comes while a writer waits goes after it. Where a sleep
+    // can't be seen (Windows), the reader may come before the writer: the
+    // round is tried again. Each round begins with this thread's reading.
     bool writerFirst = false;
     for (int round = 0; round < 20 && !writerFirst; ++round, lock->readLock()) {
         std::atomic<unsigned long long> writerId{0}, readerId{0};
         order = 0;
-        auto writer = started(writerId, enter(true));
-        EXPECT_TRUE(eventually([&] { return stopped(writerId, writer); }));
-        auto reader = started(readerId, enter(false));
-        EXPECT_TRUE(eventually([&] { return stopped(readerId, reader); }));
+        auto writer = start(writerId, enter(true));
+        EXPECT_TRUE(stopped(writerId, writer));
+        auto reader = start(readerId, enter(false));
+        EXPECT_TRUE(stopped(readerId, reader));
         lock->readUnlock();
         writerFirst = writer.get() == 0 && reader.get() == 1;
     }
     EXPECT_TRUE(writerFirst);
-
     std::atomic<unsigned long long> destroyerId{0};
-    auto destroyer = started(destroyerId, [&] { delete lock; });
-    EXPECT_TRUE(eventually([&] { return stopped(destroyerId, destroyer); }));
+    auto destroyer = start(destroyerId, [&] { return delete lock, 0; });
+    EXPECT_TRUE(stopped(destroyerId, destroyer));
     EXPECT_EQ(destroyer.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
     lock->readUnlock();
     destroyer.get();
