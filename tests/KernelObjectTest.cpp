@@ -79,10 +79,9 @@ TEST(KernelObjects, MutexIsRecursiveOneObjectPerNameAndAbandoned)
     }));
     // A thread that ends holding it abandons it: the next wait fails, yet
     // makes its thread the owner.
-    elsewhere([&] { first.acquire(); });
-    EXPECT_FALSE(second.try_acquire());
-    second.release();
-    elsewhere([&] { first.acquire(); });
+    Win32Mutex unnamed;
+    elsewhere([&] { first.acquire(), unnamed.acquire(); });
+    EXPECT_FALSE(unnamed.try_acquire());
     EXPECT_TRUE(throwsWith<Exception>([&] { second.acquire(); }, "Cannot acquire Mutex!"));
     EXPECT_FALSE(elsewhere([&] { return first.try_acquire(); }));
 }
