@@ -8,34 +8,23 @@
 
 using namespace Vesk::Corvo;
 
-namespace {
-
-typedef CriticalSection_T<Win32CriticalSection> Lock;
-
-// try_acquire from a second thread, which gives the lock back at once.
-bool freeForOthers(Lock& lock)
-{
-    return std::async(std::launch::async, [&] { return lock.try_acquire() && (lock.release(), true); }).get();
-}
-
-} // namespace
-
 TEST(CriticalSection, OwnershipIsCountedPerThreadAndTheGuardFreesOnThrow)
 {
-    Lock lock;
-    lock.acquire();
+    CriticalSection_T<Win32CriticalSection> lock;
+    // try_acquire from a second thread, which gives the lock back at once.
+    auto freeForOthers = [&] {
+        return std::async(std::launch::async, [&] { return lock.try_acquire() && (lock.release(), true); }).get();
+    };
     lock.acquire();
     EXPECT_TRUE(lock.try_acquire());
-    for (int level = 3; level > 0; --level) {
-        EXPECT_FALSE(freeForOthers(lock)) << "with " << level << " levels held";
-        lock.release();
-    }
-    EXPECT_TRUE(freeForOthers(lock));
+    for (int level = 2; level > 0; --level, lock.release())
+        EXPECT_FALSE(freeForOthers()) << "with " << level << " levels held";
+    EXPECT_TRUE(freeForOthers());
     EXPECT_THROW(
         {
             CriticalSectionGuard guard(lock);
             throw std::runtime_error("leaving the block");
         },
         std::runtime_error);
-    EXPECT_TRUE(freeForOthers(lock));
+    EXPECT_TRUE(freeForOthers());
 }

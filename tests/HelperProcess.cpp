@@ -1,15 +1,13 @@
 // The main of the kernel-object tests, and the roles of their helper process.
 #include "HelperProcess.h"
 
-#include "CorvoMutex.h"
 #include "CorvoPlatform.h"
-#include "CorvoSemaphore.h"
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 
 #include <unistd.h>
 #if !defined(_WIN32)
@@ -20,34 +18,19 @@
 #  include <sys/wait.h>
 
 #  include <filesystem>
+#  include <fstream>
 
 extern char** environ;
 #endif
 
-using namespace Vesk::Corvo;
-
 namespace {
 
-// Each role ends its process at once, holding whatever it holds.
 int helperRole(const std::string& role, const std::string& name)
 {
-    if (role == "hold-mutex") {
-        Win32Mutex mutex(name, true);
-        mutex.acquire();
-        std::_Exit(0); // owning it
-    }
-    if (role == "try-mutex")
-        return Win32Mutex(name, true).try_acquire() ? 1 : 0;
-    if (role == "release-semaphore") {
-        Win32Semaphore(name, 0, 1, true).release(); // and once more as it goes
-        return 0;
-    }
     if (role == "wait-semaphore") {
         // Says that it is about to wait, then waits: 1 if it got a count.
-        const std::wstring wide(name.begin(), name.end()), ready = wide + L"-ready";
-        HANDLE semaphore = CreateSemaphoreW(nullptr, 0, 1, wide.c_str());
-        HANDLE readiness = CreateSemaphoreW(nullptr, 0, 1, ready.c_str());
-        ReleaseSemaphore(readiness, 1, nullptr);
+        HANDLE semaphore = CreateSemaphoreW(nullptr, 0, 1, corvo_test::wide(name).c_str());
+        ReleaseSemaphore(CreateSemaphoreW(nullptr, 0, 1, corvo_test::wide(name + "-ready").c_str()), 1, nullptr);
         return WaitForSingleObject(semaphore, 20000) == WAIT_OBJECT_0 ? 1 : 0;
     }
     if (role.compare(0, 6, "storm:") == 0)
@@ -69,26 +52,17 @@ Helper::Helper(const std::string& role, const std::string& name)
     STARTUPINFOA startup = {};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION process = {};
-    if (CreateProcessA(nullptr, &command[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process)) {
-        CloseHandle(process.hThread);
-        m_process = reinterpret_cast<std::intptr_t>(process.hProcess);
-    } else
-        m_ended = true;
+    m_ended = !CreateProcessA(nullptr, &command[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process);
+    CloseHandle(process.hThread);
+    m_process = reinterpret_cast<std::intptr_t>(process.hProcess);
 }
 
 Helper::~Helper()
 {
-    kill();
-    if (m_process)
-        CloseHandle(reinterpret_cast<HANDLE>(m_process));
-}
-
-void Helper::kill()
-{
-    if (m_ended)
-        return;
-    TerminateProcess(reinterpret_cast<HANDLE>(m_process), 137);
+    if (!m_ended)
+        TerminateProcess(reinterpret_cast<HANDLE>(m_process), 137);
     wait();
+    CloseHandle(reinterpret_cast<HANDLE>(m_process));
 }
 
 int Helper::wait()
@@ -99,30 +73,25 @@ int Helper::wait()
     m_ended = true;
     DWORD code = 0;
     GetExitCodeProcess(reinterpret_cast<HANDLE>(m_process), &code);
-    m_code = code == 137 ? -1 : static_cast<int>(code);
-    return m_code;
+    return m_code = static_cast<int>(code);
 }
 
-bool Helper::asleep() const { return true; }
+bool asleep(std::intptr_t) { return true; }
 
 SharedMemory::SharedMemory(const std::string& name, std::size_t size, bool create)
-    : m_name(name), m_size(size), m_created(create)
+    : m_name("Local\\" + name), m_size(size), m_created(create)
 {
-    const std::string mappingName = "Local\\" + name;
     HANDLE mapping = create ? CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0,
-                                                 static_cast<DWORD>(size), mappingName.c_str())
-                            : OpenFileMappingA(FILE_MAP_ALL_ACCESS, FALSE, mappingName.c_str());
+                                                 static_cast<DWORD>(size), m_name.c_str())
+                            : OpenFileMappingA(FILE_MAP_ALL_ACCESS, FALSE, m_name.c_str());
     m_mapping = reinterpret_cast<std::intptr_t>(mapping);
-    if (mapping)
-        m_data = MapViewOfFile(mapping, FILE_MAP_ALL_ACCESS, 0, 0, size);
+    m_data = mapping ? MapViewOfFile(mapping, FILE_MAP_ALL_ACCESS, 0, 0, size) : nullptr;
 }
 
 SharedMemory::~SharedMemory()
 {
-    if (m_data)
-        UnmapViewOfFile(m_data);
-    if (m_mapping)
-        CloseHandle(reinterpret_cast<HANDLE>(m_mapping));
+    UnmapViewOfFile(m_data);
+    CloseHandle(reinterpret_cast<HANDLE>(m_mapping));
 }
 
 #else
@@ -132,19 +101,14 @@ Helper::Helper(const std::string& role, const std::string& name)
     const std::string program = std::filesystem::read_symlink("/proc/self/exe").native();
     const char* arguments[] = {program.c_str(), "--helper", role.c_str(), name.c_str(), nullptr};
     pid_t pid = 0;
-    if (posix_spawn(&pid, program.c_str(), nullptr, nullptr, const_cast<char* const*>(arguments), environ) == 0)
-        m_process = pid;
-    else
-        m_ended = true;
+    m_ended = posix_spawn(&pid, program.c_str(), nullptr, nullptr, const_cast<char* const*>(arguments), environ) != 0;
+    m_process = pid;
 }
 
-Helper::~Helper() { kill(); }
-
-void Helper::kill()
+Helper::~Helper()
 {
-    if (m_ended)
-        return;
-    ::kill(static_cast<pid_t>(m_process), SIGKILL);
+    if (!m_ended)
+        kill(static_cast<pid_t>(m_process), SIGKILL);
     wait();
 }
 
@@ -156,14 +120,13 @@ int Helper::wait()
     while (waitpid(static_cast<pid_t>(m_process), &status, 0) < 0 && errno == EINTR)
         ;
     m_ended = true;
-    m_code = WIFEXITED(status) ? WEXITSTATUS(status) : WIFSIGNALED(status) ? -WTERMSIG(status) : -1;
-    return m_code;
+    return m_code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-bool Helper::asleep() const
+bool asleep(std::intptr_t id)
 {
     // The state follows the name, which may itself hold a ')'.
-    std::ifstream stat("/proc/" + std::to_string(m_process) + "/stat");
+    std::ifstream stat("/proc/" + std::to_string(id) + "/stat");
     const std::string line((std::istreambuf_iterator<char>(stat)), std::istreambuf_iterator<char>());
     const std::size_t end = line.rfind(')');
     return end != std::string::npos && end + 2 < line.size() && line[end + 2] == 'S';
@@ -173,9 +136,7 @@ SharedMemory::SharedMemory(const std::string& name, std::size_t size, bool creat
     : m_name("/" + name), m_size(size), m_created(create)
 {
     const int descriptor = shm_open(m_name.c_str(), O_RDWR | (create ? O_CREAT | O_EXCL : 0), 0600);
-    if (descriptor < 0)
-        return;
-    if (!create || ftruncate(descriptor, static_cast<off_t>(size)) == 0) {
+    if (descriptor >= 0 && (!create || ftruncate(descriptor, static_cast<off_t>(size)) == 0)) {
         void* memory = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, 0);
         m_data = memory == MAP_FAILED ? nullptr : memory;
     }
@@ -192,7 +153,16 @@ SharedMemory::~SharedMemory()
 
 #endif
 
-int runHelper(const std::string& role, const std::string& name) { return Helper(role, name).wait(); }
+bool eventually(const std::function<bool()>& condition)
+{
+    const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (!condition())
+        if (std::chrono::steady_clock::now() > giveUp)
+            return false;
+        else
+            Sleep(1);
+    return true;
+}
 
 std::string uniqueName(const std::string& what)
 {

@@ -5,29 +5,26 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 
 namespace corvo_test {
 
 // This program, running as a helper in the given role on the object name.
+// It is killed if it still runs when the object goes (SIGKILL on Linux,
+// TerminateProcess on Windows).
 class Helper
 {
 public:
     Helper(const std::string& role, const std::string& name);
-    // Kills one that still runs.
     ~Helper();
     Helper(const Helper&) = delete;
     Helper& operator=(const Helper&) = delete;
 
-    // Ends it at once, however busy it is (SIGKILL on Linux, TerminateProcess
-    // on Windows), and waits until it has gone.
-    void kill();
-    // Waits for its end and gives its exit code (-1 if it could not be run
-    // or was killed).
+    // Waits for its end and gives its exit code (-1 if it could not be run).
     int wait();
-    // Whether it sleeps in the kernel now; always true where that can't be
-    // told (Windows).
-    bool asleep() const;
+    // The process id on Linux, for asleep().
+    std::intptr_t id() const { return m_process; }
 
 private:
     std::intptr_t m_process = 0;
@@ -35,11 +32,18 @@ private:
     int m_code = -1;
 };
 
-// Runs a helper and gives its exit code.
-int runHelper(const std::string& role, const std::string& name);
+// Whether the process or thread of this id sleeps in the kernel now; always
+// true where that can't be told (Windows).
+bool asleep(std::intptr_t id);
+
+// Whether the condition comes true within a bound far beyond any normal
+// wait; a false is a hang.
+bool eventually(const std::function<bool()>& condition);
 
 // A name that no other test process uses at the same time.
 std::string uniqueName(const std::string& what);
+
+inline std::wstring wide(const std::string& text) { return std::wstring(text.begin(), text.end()); }
 
 // Memory that the processes mapping one name share, zeroed when created;
 // null data on failure. The creator's object takes the name with it.
@@ -61,8 +65,8 @@ private:
     void* m_data = nullptr;
 };
 
-// The role of a helper in the kill storm (PlatformSyncTest.cpp), for the
-// helper of the given number.
+// The role of the helper of the given number in the kill storm
+// (PlatformSyncTest.cpp).
 int stormHelper(int number, const std::string& name);
 
 } // namespace corvo_test
