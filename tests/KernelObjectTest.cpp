@@ -201,11 +201,13 @@ struct Worker : Win32Thread
     std::atomic<bool> stop{false};
 };
 
-// Whether the worker takes a step within a while.
-bool moves(Worker& worker)
+// Whether the worker takes a step within a while: 100 ms to show that a
+// paused one stays still, and up to 10 s for a running one, which a loaded
+// machine may leave unscheduled for longer than that.
+bool moves(Worker& worker, int tries = 50)
 {
     const unsigned long long before = worker.steps;
-    for (int i = 0; i < 50 && worker.steps == before; ++i)
+    for (int i = 0; i < tries && worker.steps == before; ++i)
         Win32Thread::sleep(2);
     return worker.steps != before;
 }
@@ -224,10 +226,10 @@ TEST(KernelObjects, ThreadNumbersStartBoundedJoinAndCountedPauses)
     EXPECT_EQ(here >> 32, 0u);
     Worker worker;
     worker.start();
-    EXPECT_TRUE(moves(worker));
+    EXPECT_TRUE(moves(worker, 5000));
     EXPECT_EQ(worker.seenSelf.load(), static_cast<Win32Thread*>(&worker));
     worker.join(10); // the time runs out
-    EXPECT_TRUE(moves(worker));
+    EXPECT_TRUE(moves(worker, 5000));
     CORVO_SKIP_SUSPENSION_UNDER_TSAN();
     worker.pause();
     worker.pause();
@@ -235,7 +237,7 @@ TEST(KernelObjects, ThreadNumbersStartBoundedJoinAndCountedPauses)
     worker.resume();
     EXPECT_FALSE(moves(worker));
     worker.resume();
-    EXPECT_TRUE(moves(worker));
+    EXPECT_TRUE(moves(worker, 5000));
     worker.stop = true;
     worker.join(0xFFFFFFFFul); // and the destructor's join returns at once
     EXPECT_FALSE(moves(worker));
