@@ -5,6 +5,7 @@
 #include "NamedObject.h"
 #include "PosixSupport.h"
 #include "Win32Sync.h"
+#include "Win32Thread.h"
 
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -63,6 +64,7 @@ struct MutexState
 
     // glibc's record of the owning thread: its number, and flag bits above.
     pid_t owner() const { return static_cast<pid_t>(mutex.__data.__owner & 0x3FFFFFFF); }
+    bool ownedByCaller() const { return static_cast<DWORD>(owner()) == GetCurrentThreadId(); }
     // A dead owner's number stays until the next wait takes the mutex over.
     bool ownedInThisProcess() const
     {
@@ -147,13 +149,11 @@ public:
         }
     }
 
-    // The lock checks its owner itself: a robust one refuses anyone else.
     BOOL release()
     {
-        const int result = pthread_mutex_unlock(&m_state->mutex);
-        if (result == EPERM)
+        if (!m_state->ownedByCaller())
             return fail(ERROR_NOT_OWNER, FALSE);
-        abortOnError(result, "pthread_mutex_unlock");
+        abortOnError(pthread_mutex_unlock(&m_state->mutex), "pthread_mutex_unlock");
         return TRUE;
     }
 };
