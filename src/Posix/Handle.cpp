@@ -32,6 +32,14 @@ namespace {
 class HandleTable
 {
 public:
+    // A line each, so that threads using different handles don't share one.
+    struct alignas(64) Slot
+    {
+        std::atomic<std::uint32_t> state{0};
+        DWORD access = 0;
+        std::shared_ptr<KernelObject> object;
+    };
+
     HANDLE insert(std::shared_ptr<KernelObject> object, DWORD access)
     {
         std::lock_guard<std::mutex> hold(m_lock);
@@ -52,25 +60,26 @@ public:
         return reinterpret_cast<HANDLE>((index + 1) * 4);
     }
 
-    // Runs use on the slot's object and rights, which stay as they are
-    // meanwhile; false for a handle that is not open.
-    template <typename Use>
-    bool find(HANDLE handle, Use use)
+    // A slot whose object and rights stay as they are until leave; null for
+    // a handle that is not open.
+    Slot* enter(HANDLE handle, std::size_t& index)
     {
-        std::size_t index;
         Slot* slot = slotOf(handle, index);
         if (!slot)
-            return false;
+            return nullptr;
         std::uint32_t state = slot->state.load(std::memory_order_relaxed);
         do
             if ((state & open) == 0)
-                return false;
+                return nullptr;
         while (!slot->state.compare_exchange_weak(state, state + user, std::memory_order_acquire,
                                                   std::memory_order_relaxed));
-        use(slot->object, slot->access);
-        if (slot->state.fetch_sub(user, std::memory_order_acq_rel) == user)
-            empty(*slot, index);
-        return true;
+        return slot;
+    }
+
+    void leave(Slot& slot, std::size_t index)
+    {
+        if (slot.state.fetch_sub(user, std::memory_order_acq_rel) == user)
+            empty(slot, index);
     }
 
     // The object leaves the table now, or when the last call that uses it
@@ -97,14 +106,6 @@ private:
     static constexpr std::uint32_t user = 2;
     static constexpr std::size_t firstBlockSize = 64;
     static constexpr std::size_t blockCount = 40; // more handles than memory holds
-
-    // A line each, so that threads using different handles don't share one.
-    struct alignas(64) Slot
-    {
-        std::atomic<std::uint32_t> state{0};
-        DWORD access = 0;
-        std::shared_ptr<KernelObject> object;
-    };
 
     // Block k holds the indexes from firstBlockSize * (2^k - 1) on.
     static std::size_t blockOf(std::size_t index)
@@ -210,25 +211,32 @@ HANDLE makeHandle(std::shared_ptr<KernelObject> object, DWORD access)
     return object ? handles().insert(std::move(object), access) : nullptr;
 }
 
-bool withObject(HANDLE handle, KernelObject::Kind kind, DWORD access,
-                const std::function<void(const std::shared_ptr<KernelObject>&)>& use)
+void HeldObject::hold(HANDLE handle, const KernelObject::Kind* kind, DWORD access)
 {
-    DWORD error = ERROR_INVALID_HANDLE;
-    handles().find(handle, [&](const std::shared_ptr<KernelObject>& object, DWORD granted) {
-        if (object->kind() != kind)
-            return;
-        error = (granted & access) == access ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
-        if (error == ERROR_SUCCESS)
-            use(object);
-    });
-    return error == ERROR_SUCCESS || fail(error, false);
+    HandleTable::Slot* slot = handles().enter(handle, m_index);
+    if (!slot) {
+        fail(ERROR_INVALID_HANDLE, false);
+        return;
+    }
+    m_slot = slot;
+    KernelObject* object = slot->object.get();
+    if (kind && object->kind() != *kind)
+        fail(ERROR_INVALID_HANDLE, false);
+    else if ((slot->access & access) != access)
+        fail(ERROR_ACCESS_DENIED, false);
+    else
+        m_object = object;
 }
 
-std::shared_ptr<KernelObject> lookUp(HANDLE handle, KernelObject::Kind kind, DWORD access)
+HeldObject::~HeldObject()
 {
-    std::shared_ptr<KernelObject> found;
-    withObject(handle, kind, access, [&](const std::shared_ptr<KernelObject>& object) { found = object; });
-    return found;
+    if (m_slot)
+        handles().leave(*static_cast<HandleTable::Slot*>(m_slot), m_index);
+}
+
+std::shared_ptr<KernelObject> HeldObject::share() const
+{
+    return m_object ? static_cast<HandleTable::Slot*>(m_slot)->object : nullptr;
 }
 
 namespace {
@@ -281,6 +289,8 @@ void wakeAll(std::atomic<std::uint32_t>& word, bool shared)
 {
     futex(word, FUTEX_WAKE, shared, INT_MAX, nullptr);
 }
+
+void wakeOne(std::atomic<std::uint32_t>& word, bool shared) { futex(word, FUTEX_WAKE, shared, 1, nullptr); }
 
 void Monitor::initialise(bool sharedWithProcesses)
 {
@@ -368,15 +378,10 @@ BOOL CloseHandle(HANDLE handle)
 
 DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds)
 {
-    std::shared_ptr<KernelObject> object;
-    DWORD access = 0;
-    if (!handles().find(handle, [&](const std::shared_ptr<KernelObject>& found, DWORD granted) {
-            object = found;
-            access = granted;
-        }))
-        return fail(ERROR_INVALID_HANDLE, WAIT_FAILED);
-    if ((access & SYNCHRONIZE) == 0)
-        return fail(ERROR_ACCESS_DENIED, WAIT_FAILED);
+    // The slot held keeps the object through the wait.
+    const HeldObject object(handle, SYNCHRONIZE);
+    if (!object)
+        return WAIT_FAILED;
     switch (object->wait(Deadline::after(milliseconds))) {
     case WaitOutcome::Acquired:
         return WAIT_OBJECT_0;

@@ -8,9 +8,9 @@
 #include <pthread.h>
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <ctime>
-#include <functional>
 #include <memory>
 
 namespace Vesk {
@@ -84,28 +84,52 @@ private:
 // object gives a null handle and leaves the last error as it is.
 HANDLE makeHandle(std::shared_ptr<KernelObject> object, DWORD access);
 
-// Runs use on the object behind a handle, which lives on meanwhile if the
-// handle is closed, when the object is of the given kind and the handle has
-// every one of the rights asked for; else false, with the last error set to
-// ERROR_INVALID_HANDLE or ERROR_ACCESS_DENIED. For calls that don't wait.
-bool withObject(HANDLE handle, KernelObject::Kind kind, DWORD access,
-                const std::function<void(const std::shared_ptr<KernelObject>&)>& use);
-
-template <typename Object, typename Use>
-bool withObject(HANDLE handle, DWORD access, Use use)
+// The object behind a handle, for the holder's scope: the handle's slot in
+// the table stays as it is until then, even if the handle is closed
+// meanwhile, so the object lives on without a count of its own. Empty, with
+// the last error set to ERROR_INVALID_HANDLE or ERROR_ACCESS_DENIED, unless
+// the handle is open, of the kind asked for (any, without one) and has
+// every one of the rights asked for.
+class HeldObject
 {
-    return withObject(handle, Object::objectKind, access,
-                      [&](const std::shared_ptr<KernelObject>& object) { use(static_cast<Object&>(*object)); });
-}
+public:
+    HeldObject(HANDLE handle, DWORD access) { hold(handle, nullptr, access); }
+    HeldObject(HANDLE handle, KernelObject::Kind kind, DWORD access) { hold(handle, &kind, access); }
+    ~HeldObject();
+    HeldObject(const HeldObject&) = delete;
+    HeldObject& operator=(const HeldObject&) = delete;
+
+    explicit operator bool() const { return m_object != nullptr; }
+    KernelObject& operator*() const { return *m_object; }
+    KernelObject* operator->() const { return m_object; }
+    // Shares the object, for a caller that keeps it past the holder.
+    std::shared_ptr<KernelObject> share() const;
+
+private:
+    void hold(HANDLE handle, const KernelObject::Kind* kind, DWORD access);
+
+    void* m_slot = nullptr;
+    std::size_t m_index = 0;
+    KernelObject* m_object = nullptr;
+};
+
+template <typename Object>
+class Held : public HeldObject
+{
+public:
+    Held(HANDLE handle, DWORD access) : HeldObject(handle, Object::objectKind, access) {}
+
+    Object& operator*() const { return static_cast<Object&>(HeldObject::operator*()); }
+    Object* operator->() const { return &**this; }
+};
 
 // The same check, giving the object itself, which stays alive while the
-// caller holds it (through a wait, say) even if the handle is closed.
-std::shared_ptr<KernelObject> lookUp(HANDLE handle, KernelObject::Kind kind, DWORD access);
-
+// caller holds it even if the handle is closed.
 template <typename Object>
 std::shared_ptr<Object> lookUp(HANDLE handle, DWORD access)
 {
-    return std::static_pointer_cast<Object>(lookUp(handle, Object::objectKind, access));
+    const Held<Object> held(handle, access);
+    return held ? std::static_pointer_cast<Object>(held.share()) : nullptr;
 }
 
 // Waits are built on futex words, which a process can be killed in the
@@ -121,8 +145,9 @@ static_assert(sizeof(std::atomic<std::uint32_t>) == 4 && std::atomic<std::uint32
 // longer than that.
 bool sleepWhile(std::atomic<std::uint32_t>& word, std::uint32_t expected, const Deadline& deadline,
                 bool shared);
-// Wakes every sleeper on word.
+// Wakes every sleeper on word, or one.
 void wakeAll(std::atomic<std::uint32_t>& word, bool shared);
+void wakeOne(std::atomic<std::uint32_t>& word, bool shared);
 
 // A lock and a sequence number that counts the changes of the state it
 // guards, in the object or, for a named one, in memory shared between

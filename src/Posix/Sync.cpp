@@ -293,9 +293,8 @@ HANDLE OpenMutexW(DWORD desiredAccess, BOOL, LPCWSTR name)
 BOOL ReleaseMutex(HANDLE mutex)
 {
     // Ownership is the thread's, not the handle's: no right is asked for.
-    BOOL released = FALSE;
-    withObject<MutexObject>(mutex, 0, [&](MutexObject& object) { released = object.release(); });
-    return released;
+    const Held<MutexObject> object(mutex, 0);
+    return object && object->release();
 }
 
 HANDLE CreateSemaphoreW(LPSECURITY_ATTRIBUTES attributes, LONG initialCount, LONG maximumCount,
@@ -318,11 +317,8 @@ HANDLE OpenSemaphoreW(DWORD desiredAccess, BOOL, LPCWSTR name)
 
 BOOL ReleaseSemaphore(HANDLE semaphore, LONG releaseCount, LONG* previousCount)
 {
-    BOOL released = FALSE;
-    withObject<SemaphoreObject>(semaphore, SEMAPHORE_MODIFY_STATE, [&](SemaphoreObject& object) {
-        released = object.release(releaseCount, previousCount);
-    });
-    return released;
+    const Held<SemaphoreObject> object(semaphore, SEMAPHORE_MODIFY_STATE);
+    return object && object->release(releaseCount, previousCount);
 }
 
 HANDLE CreateEventW(LPSECURITY_ATTRIBUTES attributes, BOOL manualReset, BOOL initialState,
@@ -338,8 +334,10 @@ namespace {
 
 BOOL setEvent(HANDLE event, bool signalled)
 {
-    return withObject<EventObject>(event, EVENT_MODIFY_STATE,
-                                   [&](EventObject& object) { object.set(signalled); });
+    const Held<EventObject> object(event, EVENT_MODIFY_STATE);
+    if (object)
+        object->set(signalled);
+    return object ? TRUE : FALSE;
 }
 
 } // namespace

@@ -6,10 +6,15 @@
 
 #include <pthread.h>
 
+#include <atomic>
+#include <cstdint>
+
 // Recursive, owner-counted locks of one process.
 struct CRITICAL_SECTION
 {
-    pthread_mutex_t mutex;
+    std::atomic<std::uint32_t> lock; // 0 free, 1 held, 2 held and maybe waited for: a futex word
+    std::uint32_t recursion; // the owner's
+    std::atomic<pthread_t> owner;
 };
 typedef CRITICAL_SECTION* LPCRITICAL_SECTION;
 
