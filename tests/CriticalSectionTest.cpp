@@ -27,4 +27,15 @@ TEST(CriticalSection, OwnershipIsCountedPerThreadAndTheGuardFreesOnThrow)
         },
         std::runtime_error);
     EXPECT_TRUE(freeForOthers());
+    // Contended: threads that enter twice over and sleep on each other lose
+    // no count.
+    long counted = 0;
+    auto count = [&] {
+        for (int i = 0; i < 100000; ++i, lock.release(), lock.release())
+            lock.acquire(), lock.acquire(), ++counted;
+    };
+    auto other = std::async(std::launch::async, count);
+    count();
+    other.get();
+    EXPECT_EQ(counted, 200000);
 }
