@@ -3,9 +3,10 @@
 // the first argument (default /dev/shm). A raw write(2) of the same line is
 // the limit. Rounds are interleaved, each round in another order; the
 // medians of the time per record and of the ratios are printed, a ratio
-// being the peer's time over Corvo's (above 1: Corvo is faster).
+// being the peer's time over Corvo's (above 1: Corvo is faster). A fourth
+// argument runs only the cases whose name holds it, as under callgrind:
 //
-//   corvo_log_bench [directory] [rounds] [records]
+//   corvo_log_bench [directory] [rounds] [records] [case]
 #include "ZimLogToRollingFilePolicy.h"
 #include "ZimLogger.h"
 
@@ -271,7 +272,7 @@ int main(int argc, char** argv)
 
     const Side corvo{"Corvo", corvoFile}, spdlog{"spdlog", spdlogFile}, poco{"POCO", pocoFile}, raw{"raw", rawWrite};
     const std::string small(64, 'x'), kilo(1024, 'x'), large(16 << 10, 'x');
-    const std::vector<Case> cases = {
+    std::vector<Case> cases = {
         {"file 64 B, 1 thread", {small, 1, baseRecords}, {corvo, spdlog, poco, raw}},
         {"file 64 B, 4 threads", {small, 4, baseRecords}, {corvo, spdlog, poco, raw}},
         {"file 1 KiB, 1 thread", {kilo, 1, baseRecords / 4}, {corvo, spdlog, poco, raw}},
@@ -281,6 +282,10 @@ int main(int argc, char** argv)
          {{"Corvo", corvoRolling}, {"spdlog", spdlogRolling}, {"POCO", pocoRolling}, raw}},
         {"console to /dev/null", {small, 1, baseRecords}, {{"Corvo", corvoConsole}, {"spdlog", spdlogConsole}}},
     };
+    if (argc > 4)
+        cases.erase(std::remove_if(cases.begin(), cases.end(),
+                                   [&](const Case& c) { return c.name.find(argv[4]) == std::string::npos; }),
+                    cases.end());
 
     // times[case][side][round]; ratios[case][side][round], peer over Corvo.
     std::vector<std::vector<std::vector<double>>> times(cases.size()), ratios(cases.size());

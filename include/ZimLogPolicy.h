@@ -13,6 +13,10 @@
 namespace Vesk {
 namespace Zim {
 
+namespace LogLine {
+struct Delivery;
+}
+
 /// Where records go. The Logger knows a policy by its name, one policy per
 /// name: a second policy of a name that the Logger already holds (in the
 /// same state, enabled or disabled) is refused by Logger::addPolicy.
@@ -78,6 +82,12 @@ public:
     ///@}
 
 private:
+    // The Logger leaves its head in the thread's line, where the policy
+    // builds the line around it.
+    friend struct LogLine::Delivery;
+
+    void writeKept(const std::string& text);
+
     std::string m_fileName;
     std::ofstream m_stream;
 };

@@ -56,6 +56,10 @@ public:
     ///@}
 
 private:
+    // The Logger leaves its head in the thread's line, where the policy
+    // builds the line around it.
+    friend struct LogLine::Delivery;
+
     LogToRollingFilePolicy(const LogToRollingFilePolicy&);
     LogToRollingFilePolicy& operator=(const LogToRollingFilePolicy&);
 
@@ -64,6 +68,8 @@ private:
     void checkAndRoll();
     void openCurrentFile();
     void writeRecord(const std::string& head, const std::string& bytes, std::size_t textLength);
+    void writeKept(const std::string& text);
+    void count(std::size_t frontSize, std::size_t headSize, std::size_t textLength);
 
     std::string m_directory;
     std::string m_nameFormat;

@@ -42,6 +42,8 @@ struct ThreadColumn
 
 thread_local ThreadColumn threadColumnCache;
 
+thread_local KeptHead threadKeptHead;
+
 // libstdc++'s file buffer keeps its C file in a protected member: a class
 // derived from it may name the member, and so reach the descriptor that the
 // stream owns.
@@ -116,10 +118,33 @@ Piece threadColumn()
     return Piece{column.text, column.size};
 }
 
-char* Line::allocate()
+namespace {
+
+inline char* append(char* to, const Piece& piece)
 {
-    m_heap.reset(new char[m_size]);
-    return m_heap.get();
+    const char* from = piece.data;
+    const std::size_t size = piece.size;
+    std::memcpy(to, from, size);
+    return to + size;
+}
+
+} // namespace
+
+Line::Line(std::initializer_list<Piece> front, const Piece& head, const Piece& text)
+    : m_data(m_local), m_size(head.size + text.size + 1)
+{
+    for (const Piece& piece : front)
+        m_size += piece.size;
+    if (m_size > sizeof m_local) {
+        m_heap.reset(new char[m_size]);
+        m_data = m_heap.get();
+    }
+    char* next = m_data;
+    for (const Piece& piece : front)
+        next = append(next, piece);
+    next = append(next, head);
+    next = append(next, text);
+    *next = '\n';
 }
 
 // Straight to the stream buffer, as write and flush would do it, without
@@ -134,15 +159,15 @@ void writeToStream(std::ostream& stream, const Line& line)
         stream.setstate(std::ios_base::badbit);
 }
 
+namespace {
+
 // The stream's own buffer is never used: it stays empty, and the line goes
 // past it. A file opened for appending takes each write whole at its end.
-void writeToFile(std::ofstream& stream, const Line& line)
+void writeBytes(std::ofstream& stream, const char* next, std::size_t left)
 {
     if (!stream.good())
         return;
     const int descriptor = FileDescriptor::of(*stream.rdbuf());
-    const char* next = line.data();
-    std::size_t left = line.size();
     while (left > 0) {
         const long long written = ::write(descriptor, next, static_cast<unsigned>(left < INT_MAX ? left : INT_MAX));
         if (written < 0 && errno == EINTR)
@@ -154,6 +179,32 @@ void writeToFile(std::ofstream& stream, const Line& line)
         next += written;
         left -= static_cast<std::size_t>(written);
     }
+}
+
+} // namespace
+
+void writeToFile(std::ofstream& stream, const Line& line) { writeBytes(stream, line.data(), line.size()); }
+
+KeptHead& keptHead() { return threadKeptHead; }
+
+void writeWithKeptHead(std::ofstream& stream, std::initializer_list<Piece> front, const Piece& text)
+{
+    KeptHead& kept = threadKeptHead;
+    std::size_t frontSize = 0;
+    for (const Piece& piece : front)
+        frontSize += piece.size;
+    const std::size_t textAt = KeptHead::frontRoom + kept.size;
+    if (frontSize > KeptHead::frontRoom || text.size >= sizeof kept.line - textAt) {
+        writeToFile(stream, Line(front, Piece{kept.head(), kept.size}, text));
+        return;
+    }
+    char* const start = kept.head() - frontSize;
+    char* next = start;
+    for (const Piece& piece : front)
+        next = append(next, piece);
+    std::memcpy(kept.line + textAt, text.data, text.size);
+    kept.line[textAt + text.size] = '\n';
+    writeBytes(stream, start, frontSize + kept.size + text.size + 1);
 }
 
 void openForAppend(std::ofstream& stream, const std::string& path)

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstring>
 #include <fstream>
+#include <initializer_list>
 #include <memory>
 #include <ostream>
 #include <string>
@@ -67,25 +68,12 @@ Piece threadColumn();
 // Decimal digits into digits, which holds 20; the result is their piece.
 Piece decimal(char (&digits)[20], unsigned long long value);
 
-// The pieces joined and a line end behind them, on the stack for the usual
-// record and in the heap for a long one.
+// The front columns, the head and the text joined, and a line end behind
+// them, on the stack for the usual record and in the heap for a long one.
 class Line
 {
 public:
-    template <std::size_t count>
-    explicit Line(const Piece (&pieces)[count]) : m_data(m_local), m_size(1)
-    {
-        for (const Piece& piece : pieces)
-            m_size += piece.size;
-        if (m_size > sizeof m_local)
-            m_data = allocate();
-        char* next = m_data;
-        for (const Piece& piece : pieces) {
-            std::memcpy(next, piece.data, piece.size);
-            next += piece.size;
-        }
-        *next = '\n';
-    }
+    Line(std::initializer_list<Piece> front, const Piece& head, const Piece& text);
 
     const char* data() const { return m_data; }
     std::size_t size() const { return m_size; }
@@ -94,13 +82,35 @@ private:
     Line(const Line&);
     Line& operator=(const Line&);
 
-    char* allocate();
-
     char m_local[2048];
     std::unique_ptr<char[]> m_heap;
     char* m_data;
     std::size_t m_size;
 };
+
+// The calling thread's line as the Logger leaves it for the library's file
+// policies: the head of the thread's last record kept in place, with room
+// before it for a policy's front columns and after it for the text. Plain
+// data, so it lives as long as the thread, with nothing to destroy.
+struct KeptHead
+{
+    static const std::size_t frontRoom = 64;
+
+    // What the head was built from, as the Logger sums it up; 0 while none is
+    // kept.
+    unsigned long long key;
+    // The head's length.
+    std::size_t size;
+    char line[4096];
+
+    char* head() { return line + frontRoom; }
+};
+
+KeptHead& keptHead();
+
+// The front columns, the kept head and the text, and the line end, written
+// to the file as writeToFile does. The head holds no NUL.
+void writeWithKeptHead(std::ofstream& stream, std::initializer_list<Piece> front, const Piece& text);
 
 // Writes the line to a stream and flushes it. A failed stream writes
 // nothing; a failed write sets the stream's bad state.

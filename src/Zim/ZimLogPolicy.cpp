@@ -16,8 +16,7 @@ namespace {
 template <class Write>
 void writeLine(Write write, const std::string& head, const std::string& text)
 {
-    const LogLine::Piece pieces[] = {LogLine::threadColumn(), LogLine::terminated(head), LogLine::terminated(text)};
-    write(LogLine::Line(pieces));
+    write(LogLine::Line({LogLine::threadColumn()}, LogLine::terminated(head), LogLine::terminated(text)));
 }
 
 template <class Write>
@@ -90,6 +89,11 @@ void LogToFilePolicy::log(const std::string& head, const std::wstring& text)
 void LogToFilePolicy::log(const std::string& head, const std::string& text)
 {
     writeToFile(m_stream, head, text);
+}
+
+void LogToFilePolicy::writeKept(const std::string& text)
+{
+    LogLine::writeWithKeptHead(m_stream, {LogLine::threadColumn()}, LogLine::terminated(text));
 }
 
 } // namespace Zim

@@ -153,10 +153,25 @@ void LogToRollingFilePolicy::writeRecord(const std::string& head, const std::str
 {
     char digits[20];
     const LogLine::Piece number = LogLine::decimal(digits, m_recordCount++);
-    const LogLine::Piece pieces[] = {LogLine::threadColumn(), number, {" - ", 3}, LogLine::terminated(head),
-                                     LogLine::terminated(bytes)};
-    LogLine::writeToFile(m_stream, LogLine::Line(pieces));
-    m_currentSize += pieces[0].size + number.size + 3 + head.length() + textLength;
+    const LogLine::Piece column = LogLine::threadColumn();
+    const LogLine::Line line({column, number, {" - ", 3}}, LogLine::terminated(head), LogLine::terminated(bytes));
+    LogLine::writeToFile(m_stream, line);
+    count(column.size + number.size + 3, head.length(), textLength);
+}
+
+// A record of the Logger's own, whose head the thread's line holds.
+void LogToRollingFilePolicy::writeKept(const std::string& text)
+{
+    char digits[20];
+    const LogLine::Piece number = LogLine::decimal(digits, m_recordCount++);
+    const LogLine::Piece column = LogLine::threadColumn();
+    LogLine::writeWithKeptHead(m_stream, {column, number, {" - ", 3}}, LogLine::terminated(text));
+    count(column.size + number.size + 3, LogLine::keptHead().size, text.length());
+}
+
+void LogToRollingFilePolicy::count(std::size_t frontSize, std::size_t headSize, std::size_t textLength)
+{
+    m_currentSize += frontSize + headSize + textLength;
     checkAndRoll();
 }
 

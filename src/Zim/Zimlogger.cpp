@@ -5,12 +5,15 @@
 #include "CorvoRaise.h"
 #include "ZimException.h"
 #include "ZimLineBuffer.h"
+#include "ZimLogToRollingFilePolicy.h"
 
 #include <atomic>
 #include <cstdarg>
 #include <cstring>
 #include <ctime>
 #include <iostream>
+#include <optional>
+#include <typeinfo>
 
 namespace Vesk {
 namespace Zim {
@@ -39,12 +42,13 @@ std::wstring formatted(const wchar_t* format, va_list args)
     return buffer;
 }
 
-// The time text of a record, formatted anew only when the second changes.
+// The time text of a record and the " [" behind it, formatted anew only
+// when the second changes.
 struct TimeText
 {
     __time64_t second = -1;
     std::size_t size = 0;
-    char text[20] = {};
+    char text[22] = {};
 };
 
 thread_local TimeText threadTime;
@@ -55,7 +59,8 @@ const TimeText& currentTime()
     const __time64_t now = _time64(nullptr);
     if (now != cache.second) {
         const struct tm* local = _localtime64(&now);
-        cache.size = local ? std::strftime(cache.text, sizeof cache.text, "%Y/%m/%d %H:%M:%S", local) : 0;
+        cache.size = local ? std::strftime(cache.text, 20, "%Y/%m/%d %H:%M:%S", local) : 0;
+        std::memcpy(cache.text + cache.size, " [", 2);
         cache.second = now;
     }
     return cache;
@@ -71,25 +76,106 @@ const LogLevel noLevel = static_cast<LogLevel>(0);
 
 std::size_t levelIndex(LogLevel level) { return level >= LogInfo && level <= LogNone ? level : 0; }
 
-// The head "<time> [<level><tag>] " into the thread's buffer. The last
-// record's head is kept when it is the same: same second, level and tag.
-const std::string& buildHead(LogLine::ReusedBuffer& buffer, LogLevel level, const std::string& tag)
+// The head "<time> [<level><tag>] " of one record. The library's file
+// policies find it in the thread's kept head, where the last record's stays
+// when it is the same (same second, level and tag); any other policy gets it
+// as a string, from the thread's buffer, which is reused likewise.
+class RecordHead
 {
-    const TimeText& time = currentTime();
-    const std::size_t index = levelIndex(level);
-    const unsigned long long key = static_cast<unsigned long long>(time.second) * 8 + index;
-    const std::size_t tagAt = time.size + 2 + levelTexts[index].size;
-    std::string& head = buffer.text();
-    const bool same = buffer.key() == key && head.size() == tagAt + tag.size() + 2 &&
-                      std::memcmp(head.data() + tagAt, tag.data(), tag.size()) == 0;
-    if (!same) {
-        const LogLine::Piece pieces[] = {
-            {time.text, time.size}, {" [", 2}, levelTexts[index], {tag.data(), tag.size()}, {"] ", 2}};
-        LogLine::join(head, pieces, 5);
-        buffer.key() = key;
+public:
+    RecordHead(LogLevel level, const std::string& tag) : m_index(levelIndex(level)), m_tag(tag) { readClock(); }
+
+    void readClock()
+    {
+        m_time = &currentTime();
+        m_key = static_cast<unsigned long long>(m_time->second) * 8 + m_index;
+        m_tagAt = m_time->size + 2 + levelTexts[m_index].size;
+        m_size = m_tagAt + m_tag.size() + 2;
     }
-    return head;
-}
+
+    // Whether the kept head is this one, made so unless it is too long to
+    // keep or holds a NUL.
+    bool keep()
+    {
+        LogLine::KeptHead& kept = LogLine::keptHead();
+        char* const head = kept.head();
+        if (kept.key == m_key && kept.size == m_size && std::memcmp(head + m_tagAt, m_tag.data(), m_tag.size()) == 0)
+            return true;
+        if (m_size > keptSizeLimit || std::memchr(m_tag.data(), '\0', m_tag.size()))
+            return false;
+        const LogLine::Piece& level = levelTexts[m_index];
+        std::memcpy(head, m_time->text, m_time->size + 2);
+        std::memcpy(head + m_time->size + 2, level.data, level.size);
+        std::memcpy(head + m_tagAt, m_tag.data(), m_tag.size());
+        std::memcpy(head + m_tagAt + m_tag.size(), "] ", 2);
+        kept.key = m_key;
+        kept.size = m_size;
+        return true;
+    }
+
+    const std::string& text()
+    {
+        if (!m_buffer)
+            m_buffer.emplace();
+        std::string& head = m_buffer->text();
+        const bool same = m_buffer->key() == m_key && head.size() == m_size &&
+                          std::memcmp(head.data() + m_tagAt, m_tag.data(), m_tag.size()) == 0;
+        if (!same) {
+            const LogLine::Piece pieces[] = {
+                {m_time->text, m_time->size + 2}, levelTexts[m_index], {m_tag.data(), m_tag.size()}, {"] ", 2}};
+            LogLine::join(head, pieces, 4);
+            m_buffer->key() = m_key;
+        }
+        return head;
+    }
+
+private:
+    RecordHead(const RecordHead&);
+    RecordHead& operator=(const RecordHead&);
+
+    // Longer heads, with a long tag, are joined anew for each record.
+    static const std::size_t keptSizeLimit = 1024;
+
+    const std::size_t m_index;
+    const std::string& m_tag;
+    const TimeText* m_time;
+    unsigned long long m_key;
+    std::size_t m_tagAt;
+    std::size_t m_size;
+    std::optional<LogLine::ReusedBuffer> m_buffer;
+};
+
+} // namespace
+
+// A narrow record goes to the library's own file policies through the kept
+// head, and to any other policy, a class derived from them included, through
+// its log.
+struct LogLine::Delivery
+{
+    static void deliver(LogPolicy& policy, RecordHead& head, const std::string& text)
+    {
+        // Types compared by the address of their type_info: where one type has
+        // two (a class in a DLL and its copy in another module) the record
+        // only takes the longer way.
+        const std::type_info* const type = &typeid(policy);
+        const bool file = type == &typeid(LogToFilePolicy);
+        if ((file || type == &typeid(LogToRollingFilePolicy)) && head.keep()) {
+            if (file)
+                static_cast<LogToFilePolicy&>(policy).writeKept(text);
+            else
+                static_cast<LogToRollingFilePolicy&>(policy).writeKept(text);
+        } else {
+            policy.log(head.text(), text);
+        }
+    }
+
+    static void deliver(LogPolicy& policy, RecordHead& head, const std::wstring& text)
+    {
+        policy.log(head.text(), text);
+    }
+};
+
+namespace {
 
 // How many policies are enabled, kept beside m_enabledPolicies under the
 // lock, so that a record that no policy would take is dropped without the
@@ -203,17 +289,21 @@ void Logger::logTagf(LogLevel level, const std::string& tag, const wchar_t* form
 }
 
 // The head is "<time> [<level><tag>] ", the level text and the tag joined.
-// It is built once for all policies, before the lock is taken: the lock
-// covers the policies only.
+// It is built before the lock is taken, so that the lock covers the
+// policies only; the clock is read again for each further policy.
 template <class Text>
 void Logger::writeToPolicies(LogLevel level, const std::string& tag, const Text& text)
 {
     const LastErrorKeeper keeper;
-    LogLine::ReusedBuffer buffer;
-    const std::string& head = buildHead(buffer, level, tag);
+    RecordHead head(level, tag);
     CriticalSectionGuard guard(m_lock);
-    for (const std::map<std::string, LogPolicy*>::value_type& entry : m_enabledPolicies)
-        entry.second->log(head, text);
+    bool first = true;
+    for (const std::map<std::string, LogPolicy*>::value_type& entry : m_enabledPolicies) {
+        if (!first)
+            head.readClock();
+        first = false;
+        LogLine::Delivery::deliver(*entry.second, head, text);
+    }
 }
 
 void Logger::output(const std::string& levelAndTag, const std::string& text)
@@ -270,6 +360,7 @@ void Logger::logf(const wchar_t* format, ...)
 std::string Logger::_time()
 {
     const TimeText& time = currentTime();
+    // Without the " [" behind it.
     return std::string(time.text, time.size);
 }
 
