@@ -260,6 +260,45 @@ TEST(Logger, ConcurrentRecordsNeverInterleave)
     EXPECT_EQ(next, std::vector<int>(threads, perThread));
 }
 
+// The Logger hands its file policies a head that each thread keeps: a long
+// tag, a tag cut by a NUL and a long text come out as they would through the
+// policy's own log, which a class derived from the policy still gets.
+TEST(Logger, FilePoliciesWriteEveryHeadAsTheirOwnLogWould)
+{
+    struct Derived : LogToFilePolicy
+    {
+        using LogToFilePolicy::LogToFilePolicy;
+        void log(const std::string& head, const std::string& text) override { LogToFilePolicy::log(head, "d:" + text); }
+        using LogToFilePolicy::log;
+    };
+    TempDirectory dir("kept-head");
+    const std::string longTag(2000, 'T'), longText(5000, 'x');
+    {
+        LogToFilePolicy file(dir.file("file.log"));
+        Derived derived(dir.file("derived.log"));
+        for (LogPolicy* policy : {static_cast<LogPolicy*>(&file), static_cast<LogPolicy*>(&derived)}) {
+            logger().setLogFilterLevel(LogDebug);
+            logger().addPolicy(*policy, true);
+            logger().log(LogError, longTag, "a");
+            logger().log(LogError, std::string("cut\0tag", 7), "b");
+            logger().log(LogError, "t", longText);
+            logger().logToFile(false);
+        }
+    }
+    const std::string column = threadNumber() + " - ";
+    auto endsWith = [](const std::string& line, const std::string& end) {
+        return line.size() >= end.size() && line.compare(line.size() - end.size(), end.size(), end) == 0;
+    };
+    for (const std::string mark : {"", "d:"}) {
+        const Texts lines = dir.lines(mark.empty() ? "file.log" : "derived.log");
+        ASSERT_EQ(lines.size(), 3u) << mark;
+        EXPECT_TRUE(endsWith(lines[0], " [[ERROR]" + longTag + "] " + mark + "a")) << mark;
+        EXPECT_TRUE(endsWith(lines[1], " [[ERROR]cut" + mark + "b")) << lines[1];
+        EXPECT_TRUE(endsWith(lines[2], " [[ERROR]t] " + mark + longText)) << mark;
+        EXPECT_EQ(lines[2].compare(0, column.size(), column), 0);
+    }
+}
+
 TEST(StackTracer, IndentsByDepthWhateverTheFilter)
 {
     Recorder recorder("tracer");
