@@ -2,6 +2,7 @@
 // under Wine against the real API, on Linux against Corvo's POSIX layer.
 // Where Wine differs from Windows the row follows Windows and says so.
 #include "CorvoPlatform.h"
+#include "UnderWine.h"
 #include "TempDirectory.h"
 
 #include <gtest/gtest.h>
@@ -23,11 +24,7 @@
 
 namespace {
 
-#if defined(_WIN32)
-const bool underWine = GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
-#else
-const bool underWine = false;
-#endif
+using corvo_test::underWine;
 
 std::wstring wide(const std::string& text) { return std::wstring(text.begin(), text.end()); }
 
@@ -60,7 +57,7 @@ TEST(PlatformFile, ReadOnlyFileIsWrittenAndEmptiedByNobody)
     };
     for (const auto& row : rows) {
         // Wine opens by the Unix permissions, which root (who runs the tests here) passes.
-        if (!row.opens && underWine)
+        if (!row.opens && underWine())
             continue;
         SetLastError(0);
         const HANDLE file = CreateFileW(name.c_str(), row.access, 0, nullptr, row.disposition, 0, nullptr);

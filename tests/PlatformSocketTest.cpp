@@ -2,6 +2,7 @@
 // names: under Wine against the real API, on Linux against Corvo's POSIX
 // layer. Each case starts WinSock and stops it again.
 #include "CorvoPlatform.h"
+#include "UnderWine.h"
 
 #include <gtest/gtest.h>
 
@@ -10,11 +11,7 @@
 
 namespace {
 
-#if defined(_WIN32)
-const bool underWine = GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
-#else
-const bool underWine = false;
-#endif
+using corvo_test::underWine;
 
 sockaddr_in loopbackAt(u_short port)
 {
@@ -90,7 +87,7 @@ TEST_F(PlatformSocket, TransfersThatCannotBeMadeGiveWinSocksCodes)
         {server, Receive, WSAESHUTDOWN, false, "recv after shutting down receiving"},
     };
     for (const auto& row : rows) {
-        if (row.wineDiffers && underWine)
+        if (row.wineDiffers && underWine())
             continue;
         WSASetLastError(0);
         const int result = row.call == Send     ? send(row.s, buffer, sizeof buffer, 0)
@@ -107,7 +104,7 @@ TEST_F(PlatformSocket, TransfersThatCannotBeMadeGiveWinSocksCodes)
 // unreachable, which the next receive reports, and a send does not.
 TEST_F(PlatformSocket, UdpReceiveReportsAPortThatNobodyListensAt)
 {
-    if (underWine)
+    if (underWine())
         GTEST_SKIP() << "Wine reports no port unreachable to a datagram socket";
     u_short gone, own;
     const SOCKET closed = bound(SOCK_DGRAM, gone);

@@ -4,6 +4,7 @@
 #define CORVO_TEST_WINDOW_TEST_SUPPORT_H
 
 #include "CorvoPlatform.h"
+#include "UnderWine.h"
 
 #include <gtest/gtest.h>
 
@@ -23,10 +24,6 @@ inline ::Display* testDisplay()
     static ::Display* display = std::getenv("DISPLAY") ? XOpenDisplay(nullptr) : nullptr;
     return display;
 }
-#endif
-
-#ifdef _WIN32
-inline bool underWine() { return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr; }
 #endif
 
 inline bool haveDisplay()
