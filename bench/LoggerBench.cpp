@@ -312,20 +312,18 @@ int main(int argc, char** argv)
 
     std::fprintf(report, "%d rounds, %u records of 64 B a round (fewer of the longer), files in %s\n", rounds,
                  baseRecords, directory.c_str());
-    std::fprintf(report, "medians in ns per record:\n");
-    for (std::size_t c = 0; c < cases.size(); ++c) {
-        std::fprintf(report, "  %-30s", cases[c].name.c_str());
-        for (std::size_t s = 0; s < cases[c].sides.size(); ++s)
-            std::fprintf(report, " %s %.0f;", cases[c].sides[s].name, median(times[c][s]));
-        std::fprintf(report, "\n");
-    }
-    std::fprintf(report, "ratios, peer's time over Corvo's (above 1: Corvo is faster):\n");
-    for (std::size_t c = 0; c < cases.size(); ++c) {
-        std::fprintf(report, "  %-30s", cases[c].name.c_str());
-        for (std::size_t s = 1; s < cases[c].sides.size(); ++s)
-            std::fprintf(report, " %s %.2f;", cases[c].sides[s].name, median(ratios[c][s]));
-        std::fprintf(report, "\n");
-    }
+    // One line per case: each side's median, from the side `first` on.
+    auto table = [&](const char* title, const auto& values, std::size_t first, const char* format) {
+        std::fprintf(report, "%s\n", title);
+        for (std::size_t c = 0; c < cases.size(); ++c) {
+            std::fprintf(report, "  %-30s", cases[c].name.c_str());
+            for (std::size_t s = first; s < cases[c].sides.size(); ++s)
+                std::fprintf(report, format, cases[c].sides[s].name, median(values[c][s]));
+            std::fprintf(report, "\n");
+        }
+    };
+    table("medians in ns per record:", times, 0, " %s %.0f;");
+    table("ratios, peer's time over Corvo's (above 1: Corvo is faster):", ratios, 1, " %s %.2f;");
     std::fprintf(report, "line lengths, side/text:");
     for (const auto& entry : lineLengths)
         std::fprintf(report, " %s %zu;", entry.first.c_str(), entry.second);
