@@ -5,6 +5,7 @@
 
 #include <future>
 #include <stdexcept>
+#include <vector>
 
 using namespace Vesk::Corvo;
 
@@ -27,15 +28,18 @@ TEST(CriticalSection, OwnershipIsCountedPerThreadAndTheGuardFreesOnThrow)
         },
         std::runtime_error);
     EXPECT_TRUE(freeForOthers());
-    // Contended: threads that enter twice over and sleep on each other lose
-    // no count.
+    // Contended, by more threads than cores, so that owners are preempted
+    // and the others sleep: threads that enter twice over lose no count.
     long counted = 0;
     auto count = [&] {
         for (int i = 0; i < 100000; ++i, lock.release(), lock.release())
             lock.acquire(), lock.acquire(), ++counted;
     };
-    auto other = std::async(std::launch::async, count);
+    std::vector<std::future<void>> others;
+    for (int other = 0; other < 3; ++other)
+        others.push_back(std::async(std::launch::async, count));
     count();
-    other.get();
-    EXPECT_EQ(counted, 200000);
+    for (auto& other : others)
+        other.get();
+    EXPECT_EQ(counted, 400000);
 }

@@ -40,26 +40,40 @@ TEST(PlatformHandles, CloseHandleAcceptsPseudoHandlesAndRefusesOthers)
 }
 
 // Handles closed while another thread uses them: each call finds the object
-// or fails with ERROR_INVALID_HANDLE, never anything else.
+// or fails with ERROR_INVALID_HANDLE, never anything else, and each object
+// goes, its name with it, once its handle is closed and the last call that
+// used it has ended, whichever of the two comes last.
 TEST(PlatformHandles, ClosingWhileOtherThreadsUseHandlesIsSafe)
 {
-    std::vector<std::atomic<HANDLE>> events(8);
-    for (auto& event : events)
-        event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    const std::string base = uniqueName("closing");
+    auto name = [&](int round) { return wide(base + "-" + std::to_string(round)); };
+    auto create = [&](int round) { return CreateSemaphoreW(nullptr, 0, 1, name(round).c_str()); };
+    const int slots = 8, rounds = 1000;
+    std::vector<std::atomic<HANDLE>> semaphores(slots);
+    for (int slot = 0; slot < slots; ++slot)
+        semaphores[slot] = create(slot - slots);
     std::atomic<bool> done{false};
     std::atomic<int> wrong{0};
     std::thread user([&] {
         while (!done)
-            for (auto& event : events)
-                wrong += !SetEvent(event) && GetLastError() != ERROR_INVALID_HANDLE;
+            for (auto& semaphore : semaphores)
+                if (!ReleaseSemaphore(semaphore, 1, nullptr) && GetLastError() != ERROR_TOO_MANY_POSTS)
+                    wrong += GetLastError() != ERROR_INVALID_HANDLE;
+                else
+                    wrong += WaitForSingleObject(semaphore, 0) == WAIT_FAILED && GetLastError() != ERROR_INVALID_HANDLE;
     });
-    for (int round = 0; round < 2000; ++round)
-        EXPECT_TRUE(CloseHandle(events[round % events.size()].exchange(CreateEventW(nullptr, TRUE, FALSE, nullptr))));
+    for (int round = 0; round < rounds; ++round)
+        EXPECT_TRUE(CloseHandle(semaphores[round % slots].exchange(create(round))));
     done = true;
     user.join();
     EXPECT_EQ(wrong, 0);
-    for (auto& event : events)
-        EXPECT_TRUE(CloseHandle(event));
+    for (int round = -slots; round < rounds - slots; ++round)
+        if (HANDLE left = OpenSemaphoreW(SYNCHRONIZE, FALSE, name(round).c_str())) {
+            ADD_FAILURE() << "semaphore " << round << " outlived its handle";
+            CloseHandle(left);
+        }
+    for (auto& semaphore : semaphores)
+        EXPECT_TRUE(CloseHandle(semaphore));
 }
 
 // Names as a desktop session reads them: "Local\" is the session's own

@@ -1,6 +1,7 @@
 // The handle table, CloseHandle and WaitForSingleObject: one machinery for
 // every kind of kernel object.
 #include "Handle.h"
+#include "Barrier.h"
 #include "PosixSupport.h"
 
 #include <linux/futex.h>
@@ -10,7 +11,6 @@
 #include <climits>
 #include <cstdint>
 #include <mutex>
-#include <vector>
 
 namespace Vesk {
 namespace Corvo {
@@ -22,13 +22,21 @@ namespace {
 // INVALID_HANDLE_VALUE are never valid and a stale value is recognised
 // rather than followed. A freed slot is used again, as Windows does.
 //
-// Looking a handle up takes no lock: each slot has a word that says whether
-// it is open and how many calls are using it. A call counts itself in while
-// the slot is open, and the slot's object and rights stay as they are until
-// the word falls to 0: closed, and no call inside. Whoever brings it there,
-// CloseHandle or the last call out, empties the slot and frees it. The slots
-// are in blocks that are never moved or freed, each twice the size of the
-// one before, so a slot's place never changes.
+// Looking a handle up takes no lock and no atomic read-modify-write. Each
+// slot has a word that says whether it is open, and whether it is being
+// emptied; the slot's object and rights stay as they are until it is. A
+// call names the slot in a hazard of its own thread, then checks that the
+// slot is open; CloseHandle marks it closed, then looks through every
+// thread's hazards. The barrier pair between the two steps on each side
+// makes sure that either the call sees the slot closed or the closer sees
+// the hazard. Whoever is the last to be done with a closed slot, the closer
+// or the last call out, empties it, so the object goes as soon as no call
+// uses it. A thread that has no hazard free (a call made from inside a
+// call, or while the thread ends) counts itself in the word instead.
+//
+// The slots are in blocks of a fixed size that are made as needed and
+// never moved or freed, so a slot's place never changes. There are at most
+// 2^24 handles, as on Windows.
 class HandleTable
 {
 public:
@@ -37,57 +45,76 @@ public:
     {
         std::atomic<std::uint32_t> state{0};
         DWORD access = 0;
+        std::uint32_t index = 0; // its own
+        std::uint32_t nextFree = 0; // while free, under the table's lock: the next one's index + 1
         std::shared_ptr<KernelObject> object;
     };
+
+    // The slots that one thread is using. Records are never freed: a thread
+    // that ends leaves its own to the next thread that needs one.
+    struct alignas(64) HazardRecord
+    {
+        static constexpr int size = 4;
+        std::atomic<Slot*> slots[size] = {};
+        std::atomic<bool> taken{true};
+        HazardRecord* next = nullptr;
+    };
+
+    constexpr HandleTable() = default;
 
     HANDLE insert(std::shared_ptr<KernelObject> object, DWORD access)
     {
         std::lock_guard<std::mutex> hold(m_lock);
-        std::size_t index;
-        if (m_free.empty()) {
-            index = m_used++;
-            std::atomic<Slot*>& block = m_blocks[blockOf(index)];
-            if (!block.load(std::memory_order_relaxed))
-                block.store(new Slot[firstBlockSize << blockOf(index)], std::memory_order_release);
+        Slot* slot;
+        if (m_firstFree != 0) {
+            slot = slotAt(m_firstFree - 1);
+            m_firstFree = slot->nextFree;
         } else {
-            index = m_free.back();
-            m_free.pop_back();
+            if (m_used == blockSize * blockCount)
+                return fail(ERROR_NO_SYSTEM_RESOURCES, nullptr);
+            const std::uint32_t index = m_used++;
+            std::atomic<Slot*>& block = m_blocks[index / blockSize];
+            if (!block.load(std::memory_order_relaxed))
+                block.store(new Slot[blockSize], std::memory_order_release);
+            slot = slotAt(index);
+            slot->index = index;
         }
-        Slot& slot = *slotAt(index);
-        slot.object = std::move(object);
-        slot.access = access;
-        slot.state.store(open, std::memory_order_release);
-        return reinterpret_cast<HANDLE>((index + 1) * 4);
+        slot->object = std::move(object);
+        slot->access = access;
+        slot->state.store(open, std::memory_order_release);
+        return reinterpret_cast<HANDLE>((std::uintptr_t{slot->index} + 1) * 4);
     }
 
-    // A slot whose object and rights stay as they are until leave; null for
-    // a handle that is not open.
-    Slot* enter(HANDLE handle, std::size_t& index)
+    // A slot whose object and rights stay as they are until leave, and the
+    // hazard that holds it (null when the use is counted in the slot); null
+    // for a handle that is not open.
+    Slot* enter(HANDLE handle, std::atomic<Slot*>*& hazard)
     {
-        Slot* slot = slotOf(handle, index);
+        Slot* slot = slotOf(handle);
         if (!slot)
             return nullptr;
-        std::uint32_t state = slot->state.load(std::memory_order_relaxed);
-        do
-            if ((state & open) == 0)
-                return nullptr;
-        while (!slot->state.compare_exchange_weak(state, state + user, std::memory_order_acquire,
-                                                  std::memory_order_relaxed));
-        return slot;
+        hazard = freeHazard();
+        if (!hazard)
+            return enterCounted(*slot) ? slot : nullptr;
+        hazard->store(slot, std::memory_order_relaxed);
+        lightBarrier();
+        if (slot->state.load(std::memory_order_acquire) & open)
+            return slot;
+        leaveHazard(*slot, *hazard);
+        return nullptr;
     }
 
-    void leave(Slot& slot, std::size_t index)
+    void leave(Slot& slot, std::atomic<Slot*>* hazard)
     {
-        if (slot.state.fetch_sub(user, std::memory_order_acq_rel) == user)
-            empty(slot, index);
+        if (hazard)
+            leaveHazard(slot, *hazard);
+        else if (slot.state.fetch_sub(user, std::memory_order_acq_rel) == user)
+            emptyUnlessHeld(slot);
     }
 
-    // The object leaves the table now, or when the last call that uses it
-    // ends; it is destroyed when no wait holds it any more.
     bool remove(HANDLE handle)
     {
-        std::size_t index;
-        Slot* slot = slotOf(handle, index);
+        Slot* slot = slotOf(handle);
         if (!slot)
             return false;
         std::uint32_t state = slot->state.load(std::memory_order_relaxed);
@@ -97,56 +124,136 @@ public:
         while (!slot->state.compare_exchange_weak(state, state & ~open, std::memory_order_acq_rel,
                                                   std::memory_order_relaxed));
         if (state == open)
-            empty(*slot, index);
+            emptyUnlessHeld(*slot);
         return true;
     }
 
 private:
     static constexpr std::uint32_t open = 1;
-    static constexpr std::uint32_t user = 2;
-    static constexpr std::size_t firstBlockSize = 64;
-    static constexpr std::size_t blockCount = 40; // more handles than memory holds
+    static constexpr std::uint32_t emptying = 2;
+    static constexpr std::uint32_t user = 4;
+    static constexpr std::uint32_t blockSize = 1024;
+    static constexpr std::uint32_t blockCount = 16384;
 
-    // Block k holds the indexes from firstBlockSize * (2^k - 1) on.
-    static std::size_t blockOf(std::size_t index)
+    Slot* slotAt(std::uint32_t index) const
     {
-        return static_cast<std::size_t>(63 - __builtin_clzll(index / firstBlockSize + 1));
+        Slot* block = m_blocks[index / blockSize].load(std::memory_order_acquire);
+        return block ? block + index % blockSize : nullptr;
     }
 
-    Slot* slotAt(std::size_t index) const
-    {
-        const std::size_t block = blockOf(index);
-        Slot* slots = m_blocks[block].load(std::memory_order_acquire);
-        return slots ? slots + (index - firstBlockSize * ((std::size_t{1} << block) - 1)) : nullptr;
-    }
-
-    Slot* slotOf(HANDLE handle, std::size_t& index) const
+    Slot* slotOf(HANDLE handle) const
     {
         const std::uintptr_t value = reinterpret_cast<std::uintptr_t>(handle);
-        if (value == 0 || value % 4 != 0 || value / 4 > firstBlockSize * ((std::size_t{1} << blockCount) - 1))
+        if (value == 0 || value % 4 != 0 || value / 4 > blockSize * blockCount)
             return nullptr;
-        index = value / 4 - 1;
-        return slotAt(index);
+        return slotAt(static_cast<std::uint32_t>(value / 4 - 1));
     }
 
-    void empty(Slot& slot, std::size_t index)
+    __attribute__((noinline)) bool enterCounted(Slot& slot)
     {
+        std::uint32_t state = slot.state.load(std::memory_order_relaxed);
+        do
+            if ((state & open) == 0)
+                return false;
+        while (!slot.state.compare_exchange_weak(state, state + user, std::memory_order_acquire,
+                                                 std::memory_order_relaxed));
+        return true;
+    }
+
+    void leaveHazard(Slot& slot, std::atomic<Slot*>& hazard)
+    {
+        hazard.store(nullptr, std::memory_order_release);
+        lightBarrier();
+        if (slot.state.load(std::memory_order_relaxed) == 0)
+            emptyUnlessHeld(slot);
+    }
+
+    // For a slot that is closed and that no call counts itself in: empties
+    // it unless a hazard still holds it, whose thread then comes here in
+    // turn as it lets go.
+    __attribute__((noinline)) void emptyUnlessHeld(Slot& slot)
+    {
+        heavyBarrier();
+        for (HazardRecord* record = m_records.load(std::memory_order_acquire); record; record = record->next)
+            for (const std::atomic<Slot*>& hazard : record->slots)
+                if (hazard.load(std::memory_order_acquire) == &slot)
+                    return;
+        std::uint32_t closed = 0;
+        if (!slot.state.compare_exchange_strong(closed, emptying, std::memory_order_acquire,
+                                                std::memory_order_relaxed))
+            return; // emptied by another, or even used again
         const std::shared_ptr<KernelObject> object = std::move(slot.object); // may go, outside the lock
         std::lock_guard<std::mutex> hold(m_lock);
-        m_free.push_back(index);
+        slot.nextFree = m_firstFree;
+        m_firstFree = slot.index + 1;
     }
 
-    std::mutex m_lock; // guards the making of blocks, m_used and m_free
+    std::atomic<Slot*>* freeHazard();
+    __attribute__((noinline)) HazardRecord* takeRecord();
+
+    std::mutex m_lock; // guards the making of blocks, m_used and the free list
     std::atomic<Slot*> m_blocks[blockCount] = {};
-    std::size_t m_used = 0;
-    std::vector<std::size_t> m_free;
+    std::uint32_t m_used = 0;
+    std::uint32_t m_firstFree = 0; // the first free slot's index + 1, or 0 for none
+    std::atomic<HazardRecord*> m_records{nullptr};
 };
 
-HandleTable& handles()
+// The calling thread's record, taken at its first call and given back as
+// it ends; a thread that has given its record back counts its uses.
+struct ThreadHazards
 {
-    // Never destroyed: threads may close handles while the process exits.
-    static HandleTable* table = new HandleTable;
-    return *table;
+    ~ThreadHazards();
+};
+
+thread_local HandleTable::HazardRecord* threadRecord __attribute__((tls_model("initial-exec"))) = nullptr;
+thread_local bool threadEnded __attribute__((tls_model("initial-exec"))) = false;
+thread_local ThreadHazards threadHazards;
+
+// Made before any code runs, and with nothing to destroy: threads may close
+// handles while the process exits.
+HandleTable table;
+
+HandleTable& handles() { return table; }
+
+ThreadHazards::~ThreadHazards()
+{
+    if (threadRecord)
+        threadRecord->taken.store(false, std::memory_order_release);
+    threadRecord = nullptr;
+    threadEnded = true;
+}
+
+HandleTable::HazardRecord* HandleTable::takeRecord()
+{
+    if (threadEnded)
+        return nullptr;
+    static_cast<void>(&threadHazards); // gives the record back when the thread ends
+    HazardRecord* record;
+    for (record = m_records.load(std::memory_order_acquire); record; record = record->next) {
+        bool taken = false;
+        if (record->taken.compare_exchange_strong(taken, true, std::memory_order_acquire))
+            break;
+    }
+    if (!record) {
+        record = new HazardRecord;
+        record->next = m_records.load(std::memory_order_relaxed);
+        while (!m_records.compare_exchange_weak(record->next, record, std::memory_order_release,
+                                                std::memory_order_relaxed)) {
+        }
+    }
+    threadRecord = record;
+    return record;
+}
+
+std::atomic<HandleTable::Slot*>* HandleTable::freeHazard()
+{
+    HazardRecord* record = threadRecord;
+    if (!record && !(record = takeRecord()))
+        return nullptr;
+    for (std::atomic<Slot*>& hazard : record->slots)
+        if (!hazard.load(std::memory_order_relaxed))
+            return &hazard;
+    return nullptr;
 }
 
 timespec now()
@@ -213,12 +320,14 @@ HANDLE makeHandle(std::shared_ptr<KernelObject> object, DWORD access)
 
 void HeldObject::hold(HANDLE handle, const KernelObject::Kind* kind, DWORD access)
 {
-    HandleTable::Slot* slot = handles().enter(handle, m_index);
+    std::atomic<HandleTable::Slot*>* hazard = nullptr;
+    HandleTable::Slot* slot = handles().enter(handle, hazard);
     if (!slot) {
         fail(ERROR_INVALID_HANDLE, false);
         return;
     }
     m_slot = slot;
+    m_hazard = hazard;
     KernelObject* object = slot->object.get();
     if (kind && object->kind() != *kind)
         fail(ERROR_INVALID_HANDLE, false);
@@ -231,7 +340,8 @@ void HeldObject::hold(HANDLE handle, const KernelObject::Kind* kind, DWORD acces
 HeldObject::~HeldObject()
 {
     if (m_slot)
-        handles().leave(*static_cast<HandleTable::Slot*>(m_slot), m_index);
+        handles().leave(*static_cast<HandleTable::Slot*>(m_slot),
+                        static_cast<std::atomic<HandleTable::Slot*>*>(m_hazard));
 }
 
 std::shared_ptr<KernelObject> HeldObject::share() const

@@ -109,7 +109,7 @@ private:
     void hold(HANDLE handle, const KernelObject::Kind* kind, DWORD access);
 
     void* m_slot = nullptr;
-    std::size_t m_index = 0;
+    void* m_hazard = nullptr;
     KernelObject* m_object = nullptr;
 };
 

@@ -19,6 +19,7 @@ typedef struct _SECURITY_ATTRIBUTES* LPSECURITY_ATTRIBUTES; // only null is acce
 
 #define ERROR_NOT_OWNER 288u
 #define ERROR_TOO_MANY_POSTS 298u
+#define ERROR_NO_SYSTEM_RESOURCES 1450u // the process has 2^24 handles open
 
 // Refusals of an object's name.
 #define ERROR_INVALID_NAME 123u

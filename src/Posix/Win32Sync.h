@@ -12,7 +12,8 @@
 // Recursive, owner-counted locks of one process.
 struct CRITICAL_SECTION
 {
-    std::atomic<std::uint32_t> lock; // 0 free, 1 held, 2 held and maybe waited for: a futex word
+    std::atomic<std::uint32_t> lock; // 0 free, 1 held: a futex word
+    std::atomic<std::uint32_t> sleepers; // threads asleep on the word, or about to be
     std::uint32_t recursion; // the owner's
     std::atomic<pthread_t> owner;
 };
