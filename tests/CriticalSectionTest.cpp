@@ -28,18 +28,23 @@ TEST(CriticalSection, OwnershipIsCountedPerThreadAndTheGuardFreesOnThrow)
         },
         std::runtime_error);
     EXPECT_TRUE(freeForOthers());
-    // Contended, by more threads than cores, so that owners are preempted
-    // and the others sleep: threads that enter twice over lose no count.
-    long counted = 0;
-    auto count = [&] {
-        for (int i = 0; i < 100000; ++i, lock.release(), lock.release())
-            lock.acquire(), lock.acquire(), ++counted;
-    };
-    std::vector<std::future<void>> others;
-    for (int other = 0; other < 3; ++other)
-        others.push_back(std::async(std::launch::async, count));
-    count();
-    for (auto& other : others)
-        other.get();
-    EXPECT_EQ(counted, 400000);
+    // Contended by more threads than cores, so that owners are preempted and
+    // the others sleep: threads that enter twice over lose no count. Each
+    // round has a fresh lock, whose first sleepers meet owners that still
+    // leave it the uncontended way.
+    for (int round = 0; round < 50; ++round) {
+        CriticalSection_T<Win32CriticalSection> fresh;
+        long counted = 0;
+        auto count = [&] {
+            for (int i = 0; i < 5000; ++i, fresh.release(), fresh.release())
+                fresh.acquire(), fresh.acquire(), ++counted;
+        };
+        std::vector<std::future<void>> others;
+        for (int other = 0; other < 3; ++other)
+            others.push_back(std::async(std::launch::async, count));
+        count();
+        for (auto& other : others)
+            other.get();
+        ASSERT_EQ(counted, 20000) << "round " << round;
+    }
 }

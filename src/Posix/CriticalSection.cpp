@@ -1,25 +1,27 @@
-// Critical sections on a futex word of their own: an uncontended enter is
-// one compare-exchange and a recursion count, a leave a plain store and a
-// look at the count of sleepers, and only a thread that finds the section
-// held for longer than a short spin goes to the kernel. Leaving and going
-// to sleep are the two sides of the barrier pair: the leaver stores the
-// free word and then looks for sleepers, a sleeper counts itself and then
-// looks at the word, and the sleeper pays for the barrier that makes one of
-// them see the other.
+// Critical sections on a futex word of their own. An uncontended enter is
+// one compare-exchange and a recursion count, and only a thread that finds
+// the section held goes to the kernel. It doesn't spin first: two threads
+// that spin for one section keep its line bouncing between their cores,
+// which costs them more than sleeping does.
+//
+// Leaving takes no atomic read-modify-write for as long as no thread has
+// had to sleep on the section: the leaver stores the free word and then
+// looks at a count of sleepers, a sleeper counts itself and then looks at
+// the word, and the sleeper pays for the barrier pair that makes one of
+// them see the other. The first sleeper also marks the section contended
+// for good, and from then on it works as a futex lock does, with a leave
+// that exchanges the word and learns from it whether anybody sleeps: a
+// section that threads fight over would otherwise pay for the barrier at
+// every sleep.
 #include "Barrier.h"
 #include "Handle.h"
-#include "PosixSupport.h"
 #include "Win32Sync.h"
 
 using namespace Vesk::Corvo::Posix;
 
 namespace {
 
-const std::uint32_t freeState = 0, held = 1;
-
-// Long enough for a holder on another core to leave a short section, short
-// against the cost of sleeping.
-const int spinLimit = 200;
+const std::uint32_t freeState = 0, held = 1, heldAndWaited = 2;
 
 bool take(LPCRITICAL_SECTION section)
 {
@@ -42,23 +44,22 @@ bool enterAlone(LPCRITICAL_SECTION section, pthread_t self)
     return true;
 }
 
-bool spinToTake(LPCRITICAL_SECTION section)
-{
-    for (int spin = 0; spin < spinLimit; ++spin) {
-        if (section->lock.load(std::memory_order_relaxed) == freeState && take(section))
-            return true;
-        pauseWhileSpinning();
-    }
-    return false;
-}
-
 void sleepToTake(LPCRITICAL_SECTION section)
 {
-    section->sleepers.fetch_add(1, std::memory_order_relaxed);
-    heavyBarrier();
-    while (!take(section))
-        sleepWhile(section->lock, held, Deadline::after(INFINITE), false);
-    section->sleepers.fetch_sub(1, std::memory_order_relaxed);
+    // Until every leaver sees the section contended, one may still leave
+    // with a plain store: it then finds this thread counted, and wakes it.
+    const bool first = !section->contended.load(std::memory_order_relaxed);
+    if (first) {
+        section->sleepers.fetch_add(1, std::memory_order_relaxed);
+        section->contended.store(true, std::memory_order_relaxed);
+        heavyBarrier();
+    }
+    // Whoever takes the section this way keeps the mark, since others may
+    // still sleep.
+    while (section->lock.exchange(heldAndWaited, std::memory_order_acquire) != freeState)
+        sleepWhile(section->lock, heldAndWaited, Deadline::after(INFINITE), false);
+    if (first)
+        section->sleepers.fetch_sub(1, std::memory_order_relaxed);
 }
 
 } // namespace
@@ -67,6 +68,7 @@ void InitializeCriticalSection(LPCRITICAL_SECTION section)
 {
     section->lock.store(freeState, std::memory_order_relaxed);
     section->sleepers.store(0, std::memory_order_relaxed);
+    section->contended.store(false, std::memory_order_relaxed);
     section->recursion = 0;
     section->owner.store(pthread_t(), std::memory_order_relaxed);
 }
@@ -78,8 +80,7 @@ void EnterCriticalSection(LPCRITICAL_SECTION section)
     const pthread_t self = pthread_self();
     if (enterAlone(section, self))
         return;
-    if (!spinToTake(section))
-        sleepToTake(section);
+    sleepToTake(section);
     section->owner.store(self, std::memory_order_relaxed);
     section->recursion = 1;
 }
@@ -94,6 +95,11 @@ void LeaveCriticalSection(LPCRITICAL_SECTION section)
     if (--section->recursion > 0)
         return;
     section->owner.store(pthread_t(), std::memory_order_relaxed);
+    if (section->contended.load(std::memory_order_relaxed)) {
+        if (section->lock.exchange(freeState, std::memory_order_release) == heldAndWaited)
+            wakeOne(section->lock, false);
+        return;
+    }
     section->lock.store(freeState, std::memory_order_release);
     lightBarrier();
     if (section->sleepers.load(std::memory_order_relaxed) > 0)

@@ -1,6 +1,7 @@
 // Mutexes, semaphores and events. Their state lives in the object, or for a
 // named mutex or semaphore in memory shared by the processes that use the
 // name; either way the handle table and the one wait serve them.
+#include "Barrier.h"
 #include "Handle.h"
 #include "NamedObject.h"
 #include "PosixSupport.h"
@@ -197,8 +198,12 @@ public:
 // The state is a futex word of its own, so that resetting an event, setting
 // one that is set or that nobody waits on, and waiting on a set one take no
 // lock and no system call. A waiter counts itself before it looks at the
-// state, so a setter that counts no waiter can't miss one: the waiter's look
-// comes after the set; and it sleeps only while the word still reads unset.
+// state, and a setter stores the state before it looks for waiters, so one
+// of them sees the other; it sleeps only while the word still reads unset.
+// Until a waiter has first had to sleep, the setter's store and look are
+// ordered by the barrier pair, for which that waiter pays; from then on the
+// setter exchanges the word, as an event that threads wait on is set often
+// and the barrier would cost every sleeper.
 class EventObject : public KernelObject
 {
 public:
@@ -214,6 +219,10 @@ public:
         if (take())
             return WaitOutcome::Acquired;
         m_waiters.fetch_add(1);
+        if (!m_waitedOn.load(std::memory_order_relaxed)) {
+            m_waitedOn.store(true, std::memory_order_relaxed);
+            heavyBarrier();
+        }
         WaitOutcome outcome = WaitOutcome::Acquired;
         while (!take())
             if (!sleepWhile(m_signalled, 0, deadline, false)) {
@@ -226,9 +235,20 @@ public:
 
     void set(bool signalled)
     {
-        if (!signalled)
+        if (!signalled) {
             m_signalled.store(0, std::memory_order_release);
-        else if (m_signalled.load() == 0 && m_signalled.exchange(1) == 0 && m_waiters.load() > 0)
+            return;
+        }
+        if (m_signalled.load() != 0)
+            return;
+        if (m_waitedOn.load(std::memory_order_relaxed)) {
+            if (m_signalled.exchange(1) != 0)
+                return;
+        } else {
+            m_signalled.store(1, std::memory_order_release);
+            lightBarrier();
+        }
+        if (m_waiters.load() > 0)
             wakeAll(m_signalled, false);
     }
 
@@ -242,6 +262,7 @@ private:
     const bool m_manualReset;
     std::atomic<std::uint32_t> m_signalled;
     std::atomic<unsigned> m_waiters{0};
+    std::atomic<bool> m_waitedOn{false}; // once a waiter has had to sleep
 };
 
 // The handle of a new object, or, for a name, of the object that the name
