@@ -126,7 +126,7 @@ BOOL transfer(HANDLE file, DWORD access, DWORD count, LPDWORD done, LPOVERLAPPED
         *done = 0;
     if (overlapped || !done)
         return fail(ERROR_INVALID_PARAMETER, FALSE);
-    const std::shared_ptr<FileObject> object = lookUp<FileObject>(file, access);
+    const Held<FileObject> object(file, access);
     if (!object)
         return FALSE;
     const bool reading = access == GENERIC_READ;
@@ -197,7 +197,7 @@ BOOL WriteFile(HANDLE file, LPCVOID buffer, DWORD count, LPDWORD done, LPOVERLAP
 
 DWORD SetFilePointer(HANDLE file, LONG distance, PLONG high, DWORD method)
 {
-    const std::shared_ptr<FileObject> object = lookUp<FileObject>(file, 0);
+    const Held<FileObject> object(file, 0);
     if (!object)
         return INVALID_SET_FILE_POINTER;
     const int descriptor = object->descriptor();
@@ -234,7 +234,7 @@ DWORD SetFilePointer(HANDLE file, LONG distance, PLONG high, DWORD method)
 
 DWORD GetFileSize(HANDLE file, LPDWORD high)
 {
-    const std::shared_ptr<FileObject> object = lookUp<FileObject>(file, 0);
+    const Held<FileObject> object(file, 0);
     if (!object)
         return INVALID_FILE_SIZE;
     struct stat status;
