@@ -70,6 +70,37 @@ TEST(PlatformFile, ReadOnlyFileIsWrittenAndEmptiedByNobody)
     }
 }
 
+// Each disposition on a file that is there and on one that is not: whether
+// it opens, and the last error, which success sets too: the two that may
+// create say which they did.
+TEST(PlatformFile, DispositionsSayWhetherTheFileWasThere)
+{
+    corvo_test::TempDirectory dir("dispositions");
+    const struct { DWORD disposition; bool there, opens; DWORD error; } rows[] = {
+        {CREATE_NEW, false, true, ERROR_SUCCESS},
+        {CREATE_NEW, true, false, ERROR_FILE_EXISTS},
+        {CREATE_ALWAYS, false, true, ERROR_SUCCESS},
+        {CREATE_ALWAYS, true, true, ERROR_ALREADY_EXISTS},
+        {OPEN_ALWAYS, false, true, ERROR_SUCCESS},
+        {OPEN_ALWAYS, true, true, ERROR_ALREADY_EXISTS},
+        {OPEN_EXISTING, true, true, ERROR_SUCCESS},
+        {OPEN_EXISTING, false, false, ERROR_FILE_NOT_FOUND},
+        {TRUNCATE_EXISTING, false, false, ERROR_FILE_NOT_FOUND},
+    };
+    for (const auto& row : rows) {
+        const std::string name = "file" + std::to_string(&row - rows);
+        if (row.there)
+            dir.write(name, "content");
+        SetLastError(ERROR_INVALID_PARAMETER);
+        const HANDLE file =
+            CreateFileW(wide(dir.file(name)).c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, row.disposition, 0, nullptr);
+        EXPECT_EQ(file != INVALID_HANDLE_VALUE, row.opens) << row.disposition << " " << row.there;
+        EXPECT_EQ(GetLastError(), row.error) << row.disposition << " " << row.there;
+        if (file != INVALID_HANDLE_VALUE)
+            CloseHandle(file);
+    }
+}
+
 // A name that is empty names no module, not the program itself.
 TEST(PlatformLibrary, NamesThatAreNoLibraryLoadNothing)
 {

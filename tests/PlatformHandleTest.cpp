@@ -18,15 +18,16 @@
 using namespace corvo_test;
 
 // The pseudo-handles of the current process (INVALID_HANDLE_VALUE) and
-// thread close with success; a value that is no handle, or no more, fails.
-TEST(PlatformHandles, CloseHandleAcceptsPseudoHandlesAndRefusesOthers)
+// thread close with success, and a wait on them, which end only with the
+// caller, times out; a value that is no handle, or no more, fails both.
+TEST(PlatformHandles, PseudoHandlesCloseAndTimeOutOthersFail)
 {
     HANDLE closedOnce = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     ASSERT_TRUE(CloseHandle(closedOnce));
     const struct
     {
         HANDLE handle;
-        DWORD error; // 0: it closes
+        DWORD error; // 0: it closes, and a wait times out
     } rows[] = {{INVALID_HANDLE_VALUE, 0},
                 {reinterpret_cast<HANDLE>(static_cast<std::intptr_t>(-2)), 0},
                 {nullptr, ERROR_INVALID_HANDLE},
@@ -34,6 +35,8 @@ TEST(PlatformHandles, CloseHandleAcceptsPseudoHandlesAndRefusesOthers)
                 {closedOnce, ERROR_INVALID_HANDLE}};
     for (const auto& row : rows) {
         SetLastError(0);
+        EXPECT_EQ(WaitForSingleObject(row.handle, 10), row.error == 0 ? WAIT_TIMEOUT : WAIT_FAILED) << row.handle;
+        EXPECT_EQ(GetLastError(), row.error) << row.handle;
         EXPECT_EQ(CloseHandle(row.handle), row.error == 0) << row.handle;
         EXPECT_EQ(GetLastError(), row.error) << row.handle;
     }

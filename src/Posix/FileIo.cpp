@@ -163,7 +163,7 @@ HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD, LPSECURITY_ATTRIBUTES attr
     bool created = false;
     const int descriptor = openPath(path, flags, created);
     if (descriptor < 0)
-        return failFromErrno(INVALID_HANDLE_VALUE);
+        return errno == EEXIST ? fail(ERROR_FILE_EXISTS, INVALID_HANDLE_VALUE) : failFromErrno(INVALID_HANDLE_VALUE);
     // The read-only attribute binds root too, and is checked before
     // anything is emptied.
     const bool changes = (access & GENERIC_WRITE) != 0 || (flags & O_TRUNC) != 0;
@@ -179,8 +179,14 @@ HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD, LPSECURITY_ATTRIBUTES attr
     }
     // Opened without waiting for a modem's carrier; used blocking.
     fcntl(descriptor, F_SETFL, fcntl(descriptor, F_GETFL) & ~O_NONBLOCK);
-    return makeHandle(std::make_shared<FileObject>(descriptor, S_ISREG(status.st_mode)),
-                      access & (GENERIC_READ | GENERIC_WRITE));
+    const HANDLE file = makeHandle(std::make_shared<FileObject>(descriptor, S_ISREG(status.st_mode)),
+                                   access & (GENERIC_READ | GENERIC_WRITE));
+    if (!file)
+        return INVALID_HANDLE_VALUE;
+    // The two dispositions that may create say which they did.
+    const bool mayCreate = disposition == CREATE_ALWAYS || disposition == OPEN_ALWAYS;
+    SetLastError(mayCreate && !created ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
+    return file;
 }
 
 BOOL ReadFile(HANDLE file, LPVOID buffer, DWORD count, LPDWORD done, LPOVERLAPPED overlapped)

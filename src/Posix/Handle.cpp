@@ -477,17 +477,37 @@ bool MonitorLock::waitForChange(const Deadline& deadline)
 
 using namespace Vesk::Corvo::Posix;
 
-BOOL CloseHandle(HANDLE handle)
+namespace {
+
+// The current process's handle (INVALID_HANDLE_VALUE) and the current
+// thread's, which need no closing; each is signalled only once it has ended.
+bool isPseudoHandle(HANDLE handle)
 {
     const std::intptr_t currentProcess = -1, currentThread = -2;
     const std::intptr_t value = reinterpret_cast<std::intptr_t>(handle);
-    if (value == currentProcess || value == currentThread)
+    return value == currentProcess || value == currentThread;
+}
+
+} // namespace
+
+BOOL CloseHandle(HANDLE handle)
+{
+    if (isPseudoHandle(handle))
         return TRUE;
     return handles().remove(handle) ? TRUE : fail(ERROR_INVALID_HANDLE, FALSE);
 }
 
 DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds)
 {
+    if (isPseudoHandle(handle)) {
+        // Waiting for its own end, the caller can only time out, or never
+        // return if it gave no limit.
+        const Deadline deadline = Deadline::after(milliseconds);
+        std::atomic<std::uint32_t> never{0};
+        while (sleepWhile(never, 0, deadline, false)) {
+        }
+        return WAIT_TIMEOUT;
+    }
     // The slot held keeps the object through the wait.
     const HeldObject object(handle, SYNCHRONIZE);
     if (!object)

@@ -36,6 +36,7 @@ typedef struct _OVERLAPPED* LPOVERLAPPED; // only null is accepted
 #define INVALID_SET_FILE_POINTER 0xFFFFFFFFu
 #define INVALID_FILE_SIZE 0xFFFFFFFFu
 
+#define ERROR_FILE_EXISTS 80u // CREATE_NEW on a file that is there
 #define ERROR_NEGATIVE_SEEK 131u
 #define ERROR_OPERATION_ABORTED 995u
 
