@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -55,10 +56,18 @@ TEST(PlatformCodePage, NegativeLengthConvertsTheTerminatorToo)
             },
             row.terminated ? row.narrow + '\0' : row.narrow);
     }
-    // A length of 0 is no source at all.
-    SetLastError(0);
-    EXPECT_EQ(MultiByteToWideChar(CP_UTF8, 0, "a", 0, nullptr, 0), 0);
-    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_PARAMETER));
+    // Refused: a length of 0, which is no source at all, and a size given
+    // for an output that isn't there.
+    const std::function<int()> refused[] = {
+        [] { return MultiByteToWideChar(CP_UTF8, 0, "a", 0, nullptr, 0); },
+        [] { return MultiByteToWideChar(CP_UTF8, 0, "a", 1, nullptr, 4); },
+        [] { return WideCharToMultiByte(CP_UTF8, 0, L"a", 1, nullptr, 4, nullptr, nullptr); },
+    };
+    for (const auto& call : refused) {
+        SetLastError(0);
+        EXPECT_EQ(call(), 0) << &call - refused;
+        EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_PARAMETER)) << &call - refused;
+    }
 }
 
 LRESULT CALLBACK defaultProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam)

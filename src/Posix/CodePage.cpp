@@ -105,11 +105,11 @@ int deliver(const std::basic_string<Unit>& result, Unit* output, int outputSize)
 // gave a negative length; 0 for arguments that both calls refuse, with the
 // last error set.
 std::size_t sourceLength(const std::string& charset, DWORD flags, const void* source,
-                         int length, std::size_t terminated, int outputSize)
+                         int length, std::size_t terminated, const void* output, int outputSize)
 {
     if (flags != 0)
         return Vesk::Corvo::Posix::fail(ERROR_INVALID_FLAGS, std::size_t(0));
-    if (charset.empty() || source == nullptr || length == 0 || outputSize < 0)
+    if (charset.empty() || source == nullptr || length == 0 || outputSize < 0 || (!output && outputSize != 0))
         return Vesk::Corvo::Posix::fail(ERROR_INVALID_PARAMETER, std::size_t(0));
     return length < 0 ? terminated + 1 : static_cast<std::size_t>(length);
 }
@@ -122,7 +122,7 @@ int MultiByteToWideChar(UINT codePage, DWORD flags, LPCCH multiByte, int multiBy
     const std::string charset = charsetOf(codePage);
     const std::size_t length =
         sourceLength(charset, flags, multiByte, multiByteLength,
-                     multiByteLength < 0 && multiByte != nullptr ? std::strlen(multiByte) : 0,
+                     multiByteLength < 0 && multiByte != nullptr ? std::strlen(multiByte) : 0, wide,
                      wideLength);
     std::string bytes;
     if (length == 0)
@@ -145,7 +145,7 @@ int WideCharToMultiByte(UINT codePage, DWORD flags, LPCWCH wide, int wideLength,
         return Vesk::Corvo::Posix::fail(ERROR_INVALID_PARAMETER, 0);
     const std::size_t length = sourceLength(charset, flags, wide, wideLength,
                                             wideLength < 0 && wide != nullptr ? std::wcslen(wide) : 0,
-                                            multiByteLength);
+                                            multiByte, multiByteLength);
     if (length == 0)
         return 0;
     std::string utf8;
