@@ -31,8 +31,8 @@ namespace {
 // makes sure that either the call sees the slot closed or the closer sees
 // the hazard. Whoever is the last to be done with a closed slot, the closer
 // or the last call out, empties it, so the object goes as soon as no call
-// uses it. A thread that has no hazard free (a call made from inside a
-// call, or while the thread ends) counts itself in the word instead.
+// uses it. A thread whose hazards are all in use (calls nested four deep)
+// or that is ending counts itself in the word instead.
 //
 // The slots are in blocks of a fixed size that are made as needed and
 // never moved or freed, so a slot's place never changes. There are at most
