@@ -91,10 +91,5 @@ void LogToFilePolicy::log(const std::string& head, const std::string& text)
     writeToFile(m_stream, head, text);
 }
 
-void LogToFilePolicy::writeKept(const std::string& text)
-{
-    LogLine::writeWithKeptHead(m_stream, {LogLine::threadColumn()}, LogLine::terminated(text));
-}
-
 } // namespace Zim
 } // namespace Vesk
