@@ -14,8 +14,10 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <fstream>
 #include <functional>
 #include <iterator>
+#include <optional>
 #include <regex>
 #include <stdexcept>
 #include <thread>
@@ -315,6 +317,28 @@ TEST(Logger, FilePoliciesWriteEveryHeadAsTheirOwnLogWould)
             EXPECT_EQ(lines[i].compare(0, column.size(), column), 0) << lines[i];
         }
     }
+}
+
+// A file policy built where another stood, whose descriptor number a file
+// of its own holds by then, writes to its own file.
+TEST(Logger, AFilePolicyBuiltWhereAnotherStoodWritesItsOwnFile)
+{
+    TempDirectory dir("same-place");
+    std::optional<LogToFilePolicy> policy;
+    std::ofstream other;
+    for (const std::string name : {"first.log", "second.log"}) {
+        policy.emplace(dir.file(name));
+        logger().addPolicy(*policy, true);
+        logger().log(LogError, "t", name);
+        logger().logToFile(false);
+        policy.reset();
+        if (!other.is_open())
+            other.open(dir.file("other.log").c_str());
+    }
+    other.close();
+    EXPECT_EQ(dir.lines("first.log").size(), 1u);
+    EXPECT_EQ(dir.lines("second.log").size(), 1u);
+    EXPECT_EQ(dir.lines("other.log"), Texts{});
 }
 
 TEST(StackTracer, IndentsByDepthWhateverTheFilter)

@@ -5,6 +5,7 @@
 
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <climits>
 #include <cstdint>
@@ -47,6 +48,24 @@ static_assert(sizeof(ThreadColumn::text) <= KeptHead::frontRoom, "the column is 
 thread_local ThreadColumn threadColumnCache;
 
 thread_local KeptHead threadKeptHead;
+
+// The descriptor of the file policy's stream that the thread last wrote a
+// kept line to, so that the next line needs no call to find it. The policy
+// opens its stream once, when it is built, so the descriptor stays good for
+// the policy's life; each policy's end advances the generation, so that a
+// stream built later at the same address is looked up anew. A later policy
+// reaches the Logger after the advance, through the Logger's lock, under
+// which the line is written: the lock orders the two.
+std::atomic<unsigned> streamGeneration(0);
+
+struct DescriptorCache
+{
+    const std::ofstream* stream;
+    unsigned generation;
+    int descriptor;
+};
+
+thread_local DescriptorCache descriptorCache;
 
 // libstdc++'s file buffer keeps its C file in a protected member: a class
 // derived from it may name the member, and so reach the descriptor that the
@@ -200,16 +219,19 @@ void writeRest(std::ofstream& stream, int descriptor, const char* next, std::siz
     }
 }
 
+inline void writeBytes(std::ofstream& stream, int descriptor, const char* next, std::size_t left)
+{
+    const long long written = writeSome(descriptor, next, left);
+    if (written < 0 || static_cast<std::size_t>(written) != left)
+        writeRest(stream, descriptor, next, left, written);
+}
+
 // The stream's own buffer is never used: it stays empty, and the line goes
 // past it. A file opened for appending takes each write whole at its end.
 inline void writeBytes(std::ofstream& stream, const char* next, std::size_t left)
 {
-    if (!stream.good())
-        return;
-    const int descriptor = FileDescriptor::of(*stream.rdbuf());
-    const long long written = writeSome(descriptor, next, left);
-    if (written < 0 || static_cast<std::size_t>(written) != left)
-        writeRest(stream, descriptor, next, left, written);
+    if (stream.good())
+        writeBytes(stream, FileDescriptor::of(*stream.rdbuf()), next, left);
 }
 
 } // namespace
@@ -271,17 +293,22 @@ std::size_t copyUpToNul(char* out, const char* text, std::size_t size)
 // Longer heads, with a long tag, are joined anew for each record.
 const std::size_t keptSizeLimit = 1024;
 
-} // namespace
+inline bool isKept(const HeadPieces& pieces)
+{
+    const KeptHead& kept = threadKeptHead;
+    const Piece& tag = pieces.tag;
+    const std::size_t tagAt = pieces.time.size + pieces.level.size;
+    return kept.key == pieces.key && kept.size == tagAt + tag.size + 2 &&
+           sameBytes(kept.line + KeptHead::frontRoom + tagAt, tag.data, tag.size);
+}
 
-bool keepHead(const HeadPieces& pieces)
+bool makeKept(const HeadPieces& pieces)
 {
     KeptHead& kept = threadKeptHead;
     char* const head = kept.head();
     const Piece& tag = pieces.tag;
     const std::size_t tagAt = pieces.time.size + pieces.level.size;
     const std::size_t size = tagAt + tag.size + 2;
-    if (kept.key == pieces.key && kept.size == size && sameBytes(head + tagAt, tag.data, tag.size))
-        return true;
     if (size > keptSizeLimit || std::memchr(tag.data, '\0', tag.size))
         return false;
     std::memcpy(head, pieces.time.data, pieces.time.size);
@@ -292,6 +319,22 @@ bool keepHead(const HeadPieces& pieces)
     kept.size = size;
     return true;
 }
+
+int keptDescriptor(const std::ofstream& stream)
+{
+    DescriptorCache& cache = descriptorCache;
+    const unsigned generation = streamGeneration.load(std::memory_order_relaxed);
+    if (cache.stream != &stream || cache.generation != generation) {
+        cache.descriptor = FileDescriptor::of(*stream.rdbuf());
+        cache.stream = &stream;
+        cache.generation = generation;
+    }
+    return cache.descriptor;
+}
+
+} // namespace
+
+bool keepHead(const HeadPieces& pieces) { return isKept(pieces) || makeKept(pieces); }
 
 void writeWithKeptHead(std::ofstream& stream, std::initializer_list<Piece> front, const Piece& text)
 {
@@ -315,7 +358,7 @@ void writeWithKeptHead(std::ofstream& stream, std::initializer_list<Piece> front
 
 bool writeKeptLine(std::ofstream& stream, const HeadPieces& pieces, const std::string& text)
 {
-    if (!keepHead(pieces))
+    if (!isKept(pieces) && !makeKept(pieces))
         return false;
     KeptHead& kept = threadKeptHead;
     const std::size_t textAt = KeptHead::frontRoom + kept.size;
@@ -329,9 +372,12 @@ bool writeKeptLine(std::ofstream& stream, const HeadPieces& pieces, const std::s
     char* const textStart = kept.line + textAt;
     const std::size_t textSize = copyUpToNul(textStart, text.data(), text.size());
     textStart[textSize] = '\n';
-    writeBytes(stream, head - column.size, column.size + kept.size + textSize + 1);
+    if (stream.good())
+        writeBytes(stream, keptDescriptor(stream), head - column.size, column.size + kept.size + textSize + 1);
     return true;
 }
+
+void forgetStream() { streamGeneration.fetch_add(1, std::memory_order_relaxed); }
 
 void openForAppend(std::ofstream& stream, const std::string& path)
 {

@@ -138,6 +138,10 @@ void writeWithKeptHead(std::ofstream& stream, std::initializer_list<Piece> front
 // tables.
 bool writeKeptLine(std::ofstream& stream, const HeadPieces& head, const std::string& text);
 
+// Called as a file policy's stream goes, which writeKeptLine may have seen:
+// a stream built later at its address is then looked up anew.
+void forgetStream();
+
 // Writes the line to a stream and flushes it. A failed stream writes
 // nothing; a failed write sets the stream's bad state.
 void writeToStream(std::ostream& stream, const Line& line);

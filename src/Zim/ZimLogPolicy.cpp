@@ -79,7 +79,7 @@ LogToFilePolicy::LogToFilePolicy(const std::string& fileName)
     LogLine::openForAppend(m_stream, fileName);
 }
 
-LogToFilePolicy::~LogToFilePolicy() {}
+LogToFilePolicy::~LogToFilePolicy() { LogLine::forgetStream(); }
 
 void LogToFilePolicy::log(const std::string& head, const std::wstring& text)
 {
