@@ -49,9 +49,10 @@ public:
     /// Up to iSize bytes (0x40000000 at most) from the current position; an
     /// empty packet at the end of the file. Throws Exception "FileStream64
     /// read failure iSize exceeds SSIZE_MAX" above the limit, and
-    /// "FileStream64 data read failure" when the platform fails. The
-    /// temporary block is the calling thread's own, kept between reads (up to
-    /// 4 MiB), so a large read costs one copy and no fresh pages.
+    /// "FileStream64 data read failure" when the platform fails. The bytes
+    /// arrive in a temporary block, the calling thread's own (kept between
+    /// reads, up to 4 MiB); when they fill more than half of it, the packet
+    /// takes the block over, so a large read costs no copy.
     Packet_T<char> read(unsigned int iSize);
     /// The same into the caller's buffer, without saying how many came; also
     /// throws Exception "Output buffer is null".

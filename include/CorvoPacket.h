@@ -14,6 +14,8 @@ namespace Corvo {
 
 namespace detail {
 
+class ReadBlock;
+
 // Throws Exception with the reason, the file, the function and the line.
 [[noreturn]] CORVO_API void raisePacketFailure(const char* reason, const char* file, const char* function,
                                                int line);
@@ -79,6 +81,17 @@ public:
     T* m_buffer;
 
 private:
+    // A read hands its block over whole when the bytes that arrived fill
+    // most of it, rather than copying them.
+    friend class detail::ReadBlock;
+    struct TakeOver
+    {
+    };
+
+    // Takes over block, allocated with new[], of which size elements are
+    // used; size is not 0.
+    Packet_T(T* block, unsigned int size, TakeOver) : m_size(size), m_buffer(block) {}
+
     void copyFrom(unsigned int size, const T* buffer)
     {
         if (size == 0)

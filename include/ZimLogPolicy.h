@@ -82,11 +82,9 @@ public:
     ///@}
 
 private:
-    // The Logger leaves its head in the thread's line, where the policy
-    // builds the line around it.
+    // The Logger leaves its head in the thread's line and writes the
+    // policy's line around it to the stream itself.
     friend struct LogLine::Delivery;
-
-    void writeKept(const std::string& text);
 
     std::string m_fileName;
     std::ofstream m_stream;

@@ -22,21 +22,22 @@ thread_local KeptBlock kept;
 
 } // namespace
 
-ReadBlock::ReadBlock(std::size_t size) : m_data(nullptr), m_kept(false)
+ReadBlock::ReadBlock(std::size_t size) : m_data(nullptr), m_size(size == 0 ? 1 : size), m_kept(false)
 {
     if (size > keptLimit || kept.inUse) {
-        m_data = new char[size == 0 ? 1 : size];
+        m_data = new char[m_size];
         return;
     }
-    if (kept.size < size || !kept.data) {
+    if (kept.size < m_size || !kept.data) {
         kept.data.reset();
         kept.size = 0;
-        kept.data.reset(new char[size == 0 ? 1 : size]);
-        kept.size = size;
+        kept.data.reset(new char[m_size]);
+        kept.size = m_size;
     }
     kept.inUse = true;
     m_kept = true;
     m_data = kept.data.get();
+    m_size = kept.size;
 }
 
 ReadBlock::~ReadBlock()
@@ -45,6 +46,19 @@ ReadBlock::~ReadBlock()
         kept.inUse = false;
     else
         delete[] m_data;
+}
+
+Packet_T<char> ReadBlock::packet(unsigned int count)
+{
+    if (count == 0 || count <= m_size / 2)
+        return Packet_T<char>(count, m_data);
+    char* const block = m_data;
+    if (m_kept) {
+        kept.data.release();
+        kept.size = 0;
+    }
+    m_data = nullptr;
+    return Packet_T<char>(block, count, Packet_T<char>::TakeOver());
 }
 
 } // namespace detail

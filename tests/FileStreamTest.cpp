@@ -99,6 +99,26 @@ TEST(FileStream64, RefusalsCreateNothingLogNothingAndKeepTheOpenFile)
             << record.head;
 }
 
+TEST(FileStream64, PacketsOfSuccessiveReadsKeepTheirBytes)
+{
+    // Full reads, a short one into a large request and one at the end, with
+    // every packet still alive when the next read starts.
+    corvo_test::TempDirectory dir("reads");
+    dir.write("f", "abcdefghij");
+    Win32FileStream64 file;
+    file.open(dir.file("f"), "r");
+    std::vector<Packet_T<char>> packets;
+    for (unsigned size : {4u, 4u, 100u, 100u, 3u})
+        packets.push_back(file.read(size));
+    file.setOffset(1);
+    packets.push_back(file.read(3));
+    file.close();
+    std::vector<std::string> texts;
+    for (const Packet_T<char>& packet : packets)
+        texts.push_back(bytesOf(packet));
+    EXPECT_EQ((std::vector<std::string>{"abcd", "efgh", "ij", "", "", "bcd"}), texts);
+}
+
 TEST(FileStream64, FilesBeyondFourGiB)
 {
     corvo_test::TempDirectory dir("sparse");

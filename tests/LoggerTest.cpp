@@ -14,7 +14,10 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <fstream>
 #include <functional>
+#include <iterator>
+#include <optional>
 #include <regex>
 #include <stdexcept>
 #include <thread>
@@ -260,9 +263,11 @@ TEST(Logger, ConcurrentRecordsNeverInterleave)
     EXPECT_EQ(next, std::vector<int>(threads, perThread));
 }
 
-// The Logger hands its file policies a head that each thread keeps: a long
-// tag, a tag cut by a NUL and a long text come out as they would through the
-// policy's own log, which a class derived from the policy still gets.
+// The Logger hands its file policies a head that each thread keeps, and
+// copies short texts word by word: long and cut tags, tags that differ from
+// the kept one in their last byte only, texts cut by a NUL inside or at the
+// end of a word, and long texts come out as they would through the policy's
+// own log, which a class derived from the policy still gets.
 TEST(Logger, FilePoliciesWriteEveryHeadAsTheirOwnLogWould)
 {
     struct Derived : LogToFilePolicy
@@ -271,17 +276,32 @@ TEST(Logger, FilePoliciesWriteEveryHeadAsTheirOwnLogWould)
         void log(const std::string& head, const std::string& text) override { LogToFilePolicy::log(head, "d:" + text); }
         using LogToFilePolicy::log;
     };
+    const std::string longTag(2000, 'T'), longText(5000, 'x'), cutText = std::string(290, 'y') + '\0' + "z";
+    // The tag, the text, and the ends of the line: the head's and the text's.
+    const struct { std::string tag, text, headEnd, textEnd; } records[] = {
+        {longTag, "a", " [[ERROR]" + longTag + "] ", "a"},
+        {std::string("cut\0tag", 7), "b", " [[ERROR]cut", "b"},
+        {"t", longText, " [[ERROR]t] ", longText},
+        {"abc", "c", " [[ERROR]abc] ", "c"},
+        {"abd", "d", " [[ERROR]abd] ", "d"},
+        {"abcdefgh", "e", " [[ERROR]abcdefgh] ", "e"},
+        {"abcdefgi", "f", " [[ERROR]abcdefgi] ", "f"},
+        {"abcdefghijklmnopq", "g", " [[ERROR]abcdefghijklmnopq] ", "g"},
+        {"abcdefghijklmnopr", "h", " [[ERROR]abcdefghijklmnopr] ", "h"},
+        {"t", std::string("0123456\0x", 9), " [[ERROR]t] ", "0123456"},
+        {"t", std::string("01234567\0", 9), " [[ERROR]t] ", "01234567"},
+        {"t", std::string("0123456789abcdef0\0", 18), " [[ERROR]t] ", "0123456789abcdef0"},
+        {"t", cutText, " [[ERROR]t] ", std::string(290, 'y')},
+    };
     TempDirectory dir("kept-head");
-    const std::string longTag(2000, 'T'), longText(5000, 'x');
     {
         LogToFilePolicy file(dir.file("file.log"));
         Derived derived(dir.file("derived.log"));
         for (LogPolicy* policy : {static_cast<LogPolicy*>(&file), static_cast<LogPolicy*>(&derived)}) {
             logger().setLogFilterLevel(LogDebug);
             logger().addPolicy(*policy, true);
-            logger().log(LogError, longTag, "a");
-            logger().log(LogError, std::string("cut\0tag", 7), "b");
-            logger().log(LogError, "t", longText);
+            for (const auto& record : records)
+                logger().log(LogError, record.tag, record.text);
             logger().logToFile(false);
         }
     }
@@ -291,12 +311,34 @@ TEST(Logger, FilePoliciesWriteEveryHeadAsTheirOwnLogWould)
     };
     for (const std::string mark : {"", "d:"}) {
         const Texts lines = dir.lines(mark.empty() ? "file.log" : "derived.log");
-        ASSERT_EQ(lines.size(), 3u) << mark;
-        EXPECT_TRUE(endsWith(lines[0], " [[ERROR]" + longTag + "] " + mark + "a")) << mark;
-        EXPECT_TRUE(endsWith(lines[1], " [[ERROR]cut" + mark + "b")) << lines[1];
-        EXPECT_TRUE(endsWith(lines[2], " [[ERROR]t] " + mark + longText)) << mark;
-        EXPECT_EQ(lines[2].compare(0, column.size(), column), 0);
+        ASSERT_EQ(lines.size(), std::size(records)) << mark;
+        for (std::size_t i = 0; i < lines.size(); ++i) {
+            EXPECT_TRUE(endsWith(lines[i], records[i].headEnd + mark + records[i].textEnd)) << lines[i];
+            EXPECT_EQ(lines[i].compare(0, column.size(), column), 0) << lines[i];
+        }
     }
+}
+
+// A file policy built where another stood, whose descriptor number a file
+// of its own holds by then, writes to its own file.
+TEST(Logger, AFilePolicyBuiltWhereAnotherStoodWritesItsOwnFile)
+{
+    TempDirectory dir("same-place");
+    std::optional<LogToFilePolicy> policy;
+    std::ofstream other;
+    for (const std::string name : {"first.log", "second.log"}) {
+        policy.emplace(dir.file(name));
+        logger().addPolicy(*policy, true);
+        logger().log(LogError, "t", name);
+        logger().logToFile(false);
+        policy.reset();
+        if (!other.is_open())
+            other.open(dir.file("other.log").c_str());
+    }
+    other.close();
+    EXPECT_EQ(dir.lines("first.log").size(), 1u);
+    EXPECT_EQ(dir.lines("second.log").size(), 1u);
+    EXPECT_EQ(dir.lines("other.log"), Texts{});
 }
 
 TEST(StackTracer, IndentsByDepthWhateverTheFilter)

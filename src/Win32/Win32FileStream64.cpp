@@ -74,11 +74,11 @@ Packet_T<char> Win32FileStream64::read(unsigned int iSize)
 {
     if (iSize > maxReadSize)
         CORVO_RAISE(Exception, "FileStream64 read failure iSize exceeds SSIZE_MAX");
-    const detail::ReadBlock block(iSize);
+    detail::ReadBlock block(iSize);
     DWORD count = 0;
     if (!ReadFile(m_handle, block.data(), iSize, &count, nullptr))
         CORVO_RAISE(Exception, "FileStream64 data read failure");
-    return Packet_T<char>(count, block.data());
+    return block.packet(count);
 }
 
 void Win32FileStream64::read(char* buffer, unsigned int iSize)

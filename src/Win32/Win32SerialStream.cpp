@@ -92,7 +92,7 @@ void Win32SerialStream::close()
 Packet_T<char> Win32SerialStream::read(unsigned int size)
 {
     logCall("Vesk::Corvo::Win32SerialStream::read", "Win32SerialStream::read()");
-    const detail::ReadBlock block(size);
+    detail::ReadBlock block(size);
     char* at = block.data();
     unsigned int remaining = size;
     do {
@@ -102,7 +102,7 @@ Packet_T<char> Win32SerialStream::read(unsigned int size)
         at += count;
         remaining -= count;
     } while (remaining != 0);
-    return Packet_T<char>(size, block.data());
+    return block.packet(size);
 }
 
 bool Win32SerialStream::write(const Packet_T<char>& packet)

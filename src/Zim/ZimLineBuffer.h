@@ -62,7 +62,9 @@ inline Piece terminated(const std::string& text)
 // The pieces joined into out, which keeps its capacity; the result is out.
 std::string& join(std::string& out, const Piece* pieces, std::size_t count);
 
-// The calling thread's number and " - ", formatted once per thread.
+// The calling thread's number and " - ", formatted once per thread. The
+// piece ends where the thread's cache of it ends, so that the column can be
+// copied as a block of fixed size that ends at the same place.
 Piece threadColumn();
 
 // Decimal digits into digits, which holds 20; the result is their piece.
@@ -108,9 +110,37 @@ struct KeptHead
 
 KeptHead& keptHead();
 
+// What a record's head is made of: the time (with the " [" behind it), the
+// level and the tag, then "] ". The key sums up everything but the tag.
+struct HeadPieces
+{
+    unsigned long long key;
+    Piece time;
+    Piece level;
+    Piece tag;
+};
+
+// Whether the thread's kept head is this one, made so unless it would be
+// too long to keep or the tag holds a NUL. A kept head of the same key is
+// the same when its tag is, byte by byte.
+bool keepHead(const HeadPieces& head);
+
 // The front columns, the kept head and the text, and the line end, written
 // to the file as writeToFile does. The head holds no NUL.
 void writeWithKeptHead(std::ofstream& stream, std::initializer_list<Piece> front, const Piece& text);
+
+// The file policy's line around the head, kept as keepHead keeps it: the
+// thread column, the head, the text up to its first NUL and the line end,
+// written as above; false, with nothing written, when the head can't be
+// kept. It does in one call what keepHead and writeWithKeptHead do: a call
+// costs more than its own instructions here, since the previous record's
+// write has left little of the caller's code in the processor's branch
+// tables.
+bool writeKeptLine(std::ofstream& stream, const HeadPieces& head, const std::string& text);
+
+// Called as a file policy's stream goes, which writeKeptLine may have seen:
+// a stream built later at its address is then looked up anew.
+void forgetStream();
 
 // Writes the line to a stream and flushes it. A failed stream writes
 // nothing; a failed write sets the stream's bad state.

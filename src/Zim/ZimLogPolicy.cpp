@@ -79,7 +79,7 @@ LogToFilePolicy::LogToFilePolicy(const std::string& fileName)
     LogLine::openForAppend(m_stream, fileName);
 }
 
-LogToFilePolicy::~LogToFilePolicy() {}
+LogToFilePolicy::~LogToFilePolicy() { LogLine::forgetStream(); }
 
 void LogToFilePolicy::log(const std::string& head, const std::wstring& text)
 {
@@ -89,11 +89,6 @@ void LogToFilePolicy::log(const std::string& head, const std::wstring& text)
 void LogToFilePolicy::log(const std::string& head, const std::string& text)
 {
     writeToFile(m_stream, head, text);
-}
-
-void LogToFilePolicy::writeKept(const std::string& text)
-{
-    LogLine::writeWithKeptHead(m_stream, {LogLine::threadColumn()}, LogLine::terminated(text));
 }
 
 } // namespace Zim

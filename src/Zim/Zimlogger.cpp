@@ -83,48 +83,36 @@ std::size_t levelIndex(LogLevel level) { return level >= LogInfo && level <= Log
 class RecordHead
 {
 public:
-    RecordHead(LogLevel level, const std::string& tag) : m_index(levelIndex(level)), m_tag(tag) { readClock(); }
+    RecordHead(LogLevel level, const std::string& tag) : m_index(levelIndex(level))
+    {
+        m_pieces.level = levelTexts[m_index];
+        m_pieces.tag = LogLine::Piece{tag.data(), tag.size()};
+        readClock();
+    }
 
     void readClock()
     {
-        m_time = &currentTime();
-        m_key = static_cast<unsigned long long>(m_time->second) * 8 + m_index;
-        m_tagAt = m_time->size + 2 + levelTexts[m_index].size;
-        m_size = m_tagAt + m_tag.size() + 2;
+        const TimeText& time = currentTime();
+        m_pieces.key = static_cast<unsigned long long>(time.second) * 8 + m_index;
+        m_pieces.time = LogLine::Piece{time.text, time.size + 2};
     }
 
-    // Whether the kept head is this one, made so unless it is too long to
-    // keep or holds a NUL.
-    bool keep()
-    {
-        LogLine::KeptHead& kept = LogLine::keptHead();
-        char* const head = kept.head();
-        if (kept.key == m_key && kept.size == m_size && std::memcmp(head + m_tagAt, m_tag.data(), m_tag.size()) == 0)
-            return true;
-        if (m_size > keptSizeLimit || std::memchr(m_tag.data(), '\0', m_tag.size()))
-            return false;
-        const LogLine::Piece& level = levelTexts[m_index];
-        std::memcpy(head, m_time->text, m_time->size + 2);
-        std::memcpy(head + m_time->size + 2, level.data, level.size);
-        std::memcpy(head + m_tagAt, m_tag.data(), m_tag.size());
-        std::memcpy(head + m_tagAt + m_tag.size(), "] ", 2);
-        kept.key = m_key;
-        kept.size = m_size;
-        return true;
-    }
+    // For the thread's kept head; see LogLine::keepHead.
+    const LogLine::HeadPieces& pieces() const { return m_pieces; }
 
     const std::string& text()
     {
         if (!m_buffer)
             m_buffer.emplace();
         std::string& head = m_buffer->text();
-        const bool same = m_buffer->key() == m_key && head.size() == m_size &&
-                          std::memcmp(head.data() + m_tagAt, m_tag.data(), m_tag.size()) == 0;
+        const LogLine::Piece& tag = m_pieces.tag;
+        const std::size_t tagAt = m_pieces.time.size + m_pieces.level.size;
+        const bool same = m_buffer->key() == m_pieces.key && head.size() == tagAt + tag.size + 2 &&
+                          std::memcmp(head.data() + tagAt, tag.data, tag.size) == 0;
         if (!same) {
-            const LogLine::Piece pieces[] = {
-                {m_time->text, m_time->size + 2}, levelTexts[m_index], {m_tag.data(), m_tag.size()}, {"] ", 2}};
+            const LogLine::Piece pieces[] = {m_pieces.time, m_pieces.level, tag, {"] ", 2}};
             LogLine::join(head, pieces, 4);
-            m_buffer->key() = m_key;
+            m_buffer->key() = m_pieces.key;
         }
         return head;
     }
@@ -133,15 +121,8 @@ private:
     RecordHead(const RecordHead&);
     RecordHead& operator=(const RecordHead&);
 
-    // Longer heads, with a long tag, are joined anew for each record.
-    static const std::size_t keptSizeLimit = 1024;
-
     const std::size_t m_index;
-    const std::string& m_tag;
-    const TimeText* m_time;
-    unsigned long long m_key;
-    std::size_t m_tagAt;
-    std::size_t m_size;
+    LogLine::HeadPieces m_pieces;
     std::optional<LogLine::ReusedBuffer> m_buffer;
 };
 
@@ -158,15 +139,14 @@ struct LogLine::Delivery
         // two (a class in a DLL and its copy in another module) the record
         // only takes the longer way.
         const std::type_info* const type = &typeid(policy);
-        const bool file = type == &typeid(LogToFilePolicy);
-        if ((file || type == &typeid(LogToRollingFilePolicy)) && head.keep()) {
-            if (file)
-                static_cast<LogToFilePolicy&>(policy).writeKept(text);
-            else
-                static_cast<LogToRollingFilePolicy&>(policy).writeKept(text);
-        } else {
-            policy.log(head.text(), text);
+        if (type == &typeid(LogToFilePolicy)) {
+            if (LogLine::writeKeptLine(static_cast<LogToFilePolicy&>(policy).m_stream, head.pieces(), text))
+                return;
+        } else if (type == &typeid(LogToRollingFilePolicy) && LogLine::keepHead(head.pieces())) {
+            static_cast<LogToRollingFilePolicy&>(policy).writeKept(text);
+            return;
         }
+        policy.log(head.text(), text);
     }
 
     static void deliver(LogPolicy& policy, RecordHead& head, const std::wstring& text)
@@ -184,25 +164,22 @@ std::atomic<std::size_t> enabledCount(0);
 
 bool anyPolicyEnabled() { return enabledCount.load(std::memory_order_relaxed) != 0; }
 
-// A record leaves the calling thread's last error, and WinSock's, as it
-// found them: code that logs between a call and its GetLastError must still
-// read the call's error, whatever files the policies touched.
+// A record leaves the calling thread's last error as it found it: code that
+// logs between a call and its GetLastError must still read the call's
+// error, whatever files the policies touched. WinSock's last error is the
+// same value (WSAGetLastError reads GetLastError's, on Windows as in the
+// POSIX layer), so it is kept too.
 class LastErrorKeeper
 {
 public:
-    LastErrorKeeper() : m_error(GetLastError()), m_socketError(WSAGetLastError()) {}
-    ~LastErrorKeeper()
-    {
-        WSASetLastError(m_socketError);
-        SetLastError(m_error);
-    }
+    LastErrorKeeper() : m_error(GetLastError()) {}
+    ~LastErrorKeeper() { SetLastError(m_error); }
 
 private:
     LastErrorKeeper(const LastErrorKeeper&);
     LastErrorKeeper& operator=(const LastErrorKeeper&);
 
     const DWORD m_error;
-    const int m_socketError;
 };
 
 } // namespace
@@ -290,19 +267,25 @@ void Logger::logTagf(LogLevel level, const std::string& tag, const wchar_t* form
 
 // The head is "<time> [<level><tag>] ", the level text and the tag joined.
 // It is built before the lock is taken, so that the lock covers the
-// policies only; the clock is read again for each further policy.
+// policies only; the clock is read again for each further policy. The
+// policies are counted rather than walked to the map's end, so that the
+// usual single policy takes no step through the tree, and the function is
+// inline, so that log takes no call to reach it: calls are dear right after
+// the last record's write (see LogLine::writeKeptLine).
 template <class Text>
-void Logger::writeToPolicies(LogLevel level, const std::string& tag, const Text& text)
+inline void Logger::writeToPolicies(LogLevel level, const std::string& tag, const Text& text)
 {
     const LastErrorKeeper keeper;
     RecordHead head(level, tag);
     CriticalSectionGuard guard(m_lock);
-    bool first = true;
-    for (const std::map<std::string, LogPolicy*>::value_type& entry : m_enabledPolicies) {
-        if (!first)
+    std::map<std::string, LogPolicy*>::const_iterator entry = m_enabledPolicies.begin();
+    const std::size_t count = m_enabledPolicies.size();
+    for (std::size_t i = 0; i < count; ++i) {
+        if (i != 0) {
+            ++entry;
             head.readClock();
-        first = false;
-        LogLine::Delivery::deliver(*entry.second, head, text);
+        }
+        LogLine::Delivery::deliver(*entry->second, head, text);
     }
 }
 
