@@ -6,13 +6,18 @@
 //
 // Leaving takes no atomic read-modify-write for as long as no thread has
 // had to sleep on the section: the leaver stores the free word and then
-// looks at a count of sleepers, a sleeper counts itself and then looks at
-// the word, and the sleeper pays for the barrier pair that makes one of
-// them see the other. The first sleeper also marks the section contended
-// for good, and from then on it works as a futex lock does, with a leave
-// that exchanges the word and learns from it whether anybody sleeps: a
-// section that threads fight over would otherwise pay for the barrier at
-// every sleep.
+// looks for sleepers, a sleeper counts itself and then looks at the word,
+// and the sleeper pays for the barrier pair that makes one of them see the
+// other. The first sleeper also marks the section contended for good, and
+// from then on it works as a futex lock does, with a leave that exchanges
+// the word and learns from it whether anybody sleeps: a section that
+// threads fight over would otherwise pay for the barrier at every sleep.
+//
+// Once its word is free, a leaver touches the section no more: the thread
+// that takes it next may destroy it at once, as a read-write lock's
+// destructor does. So the sleepers it looks for are counted for the whole
+// process, and its wake, on a word that may be gone by then, only names an
+// address to the kernel, which at worst wakes a sleeper elsewhere early.
 #include "Barrier.h"
 #include "Handle.h"
 #include "Win32Sync.h"
@@ -22,6 +27,10 @@ using namespace Vesk::Corvo::Posix;
 namespace {
 
 const std::uint32_t freeState = 0, held = 1, heldAndWaited = 2;
+
+// Threads that are the first to sleep on their section, in any section:
+// a leaver may not know yet that the section is contended.
+std::atomic<unsigned> firstSleepers{0};
 
 bool take(LPCRITICAL_SECTION section)
 {
@@ -50,7 +59,7 @@ void sleepToTake(LPCRITICAL_SECTION section)
     // with a plain store: it then finds this thread counted, and wakes it.
     const bool first = !section->contended.load(std::memory_order_relaxed);
     if (first) {
-        section->sleepers.fetch_add(1, std::memory_order_relaxed);
+        firstSleepers.fetch_add(1, std::memory_order_relaxed);
         section->contended.store(true, std::memory_order_relaxed);
         heavyBarrier();
     }
@@ -59,7 +68,7 @@ void sleepToTake(LPCRITICAL_SECTION section)
     while (section->lock.exchange(heldAndWaited, std::memory_order_acquire) != freeState)
         sleepWhile(section->lock, heldAndWaited, Deadline::after(INFINITE), false);
     if (first)
-        section->sleepers.fetch_sub(1, std::memory_order_relaxed);
+        firstSleepers.fetch_sub(1, std::memory_order_relaxed);
 }
 
 } // namespace
@@ -67,7 +76,6 @@ void sleepToTake(LPCRITICAL_SECTION section)
 void InitializeCriticalSection(LPCRITICAL_SECTION section)
 {
     section->lock.store(freeState, std::memory_order_relaxed);
-    section->sleepers.store(0, std::memory_order_relaxed);
     section->contended.store(false, std::memory_order_relaxed);
     section->recursion = 0;
     section->owner.store(pthread_t(), std::memory_order_relaxed);
@@ -100,8 +108,9 @@ void LeaveCriticalSection(LPCRITICAL_SECTION section)
             wakeOne(section->lock, false);
         return;
     }
-    section->lock.store(freeState, std::memory_order_release);
+    std::atomic<std::uint32_t>& word = section->lock;
+    word.store(freeState, std::memory_order_release);
     lightBarrier();
-    if (section->sleepers.load(std::memory_order_relaxed) > 0)
-        wakeOne(section->lock, false);
+    if (firstSleepers.load(std::memory_order_relaxed) > 0)
+        wakeOne(word, false);
 }

@@ -13,7 +13,6 @@
 struct CRITICAL_SECTION
 {
     std::atomic<std::uint32_t> lock; // 0 free, 1 held, 2 held and maybe waited for: a futex word
-    std::atomic<std::uint32_t> sleepers; // the first sleepers, while leavers may not know of them
     std::atomic<bool> contended; // once a thread has had to sleep here
     std::uint32_t recursion; // the owner's
     std::atomic<pthread_t> owner;
