@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <random>
 
 namespace {
@@ -15,8 +14,7 @@ using corvo_test::underWine;
 
 sockaddr_in loopbackAt(u_short port)
 {
-    sockaddr_in address;
-    std::memset(&address, 0, sizeof address);
+    sockaddr_in address = {};
     address.sin_family = AF_INET;
     address.sin_port = htons(port);
     address.sin_addr.s_addr = inet_addr("127.0.0.1");

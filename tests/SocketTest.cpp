@@ -79,12 +79,8 @@ long openDescriptors()
 template <typename E, typename F>
 ::testing::AssertionResult throwsStarting(F f, const std::string& start)
 {
-    try {
-        f();
-    } catch (const E& e) {
-        return reasonOf(e).rfind(start, 0) == 0 ? ::testing::AssertionSuccess() : ::testing::AssertionFailure() << reasonOf(e);
-    }
-    return ::testing::AssertionFailure() << "no throw";
+    return corvo_test::raises<E>(
+        f, [&](const E& e) { return ::testing::AssertionResult(reasonOf(e).rfind(start, 0) == 0) << reasonOf(e); });
 }
 
 } // namespace
