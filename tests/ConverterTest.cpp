@@ -27,8 +27,7 @@ std::string bytesOf(const Utf8String& text) { return std::string(text.c_str(), t
 // The bytes that convertHexStringToBytesArray hands over, or "false".
 std::string readHex(const std::wstring& hex)
 {
-    unsigned char stale = 0;
-    unsigned char* bytes = &stale;
+    unsigned char stale = 0, *bytes = &stale;
     unsigned int length = 7;
     if (!Converter::convertHexStringToBytesArray(hex, &bytes, length))
         return bytes == nullptr && length == 0 ? "false" : "false, with output left";

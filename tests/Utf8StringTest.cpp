@@ -24,14 +24,11 @@ const unsigned int npos = Utf8String::npos;
 // "aé€😀": code points of one to four bytes.
 const std::string mixed = "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80";
 
-class SeededChoices : public corvo_model::Choices
+struct SeededChoices : corvo_model::Choices
 {
-public:
     explicit SeededChoices(unsigned int seed) : m_random(seed) {}
     unsigned int below(unsigned int bound) override { return m_random() % bound; }
     bool exhausted() const override { return false; }
-
-private:
     std::mt19937 m_random;
 };
 
