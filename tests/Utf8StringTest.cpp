@@ -101,8 +101,7 @@ TEST(Utf8String, RefusalsBeyondTheModel)
 
 TEST(Utf8String, EncodingsAndTheirScratchBuffers)
 {
-    const Utf8String empty;
-    EXPECT_TRUE(empty.empty() && empty.begin() == empty.end() && empty.max_size() == 0xFFFFFFFEu);
+    EXPECT_TRUE(Utf8String().empty() && Utf8String().max_size() == 0xFFFFFFFEu);
     EXPECT_EQ(Utf8String("a\0b").size(), 1u); // a char pointer ends at its NUL, std::string does not
 
     const Utf8String text(mixed);
