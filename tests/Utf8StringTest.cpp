@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <iomanip>
 #include <random>
 #include <sstream>
 #include <tuple>
@@ -137,8 +138,6 @@ TEST(Utf8String, ExtractionRepairsAndInsertionStopsAtNul)
     EXPECT_TRUE(!empty && target.empty());
 
     std::ostringstream out;
-    out.width(6);
-    out.fill('.');
-    out << Utf8String(std::string("ab\0cd", 5));
+    out << std::setw(6) << std::setfill('.') << Utf8String(std::string("ab\0cd", 5));
     EXPECT_EQ(out.str(), "....ab");
 }
