@@ -311,11 +311,10 @@ bool Script::step()
         case 8: return READ(m_text.find(s, pos), modelFind(m, raw, pos));
         case 9: return READ(m_text.rfind(s, pos), modelFind(m, raw, pos, true));
         case 10: // the code-point forms of find_first_of and find_last_of are find and rfind
-            return READ(form == 0 ? m_text.find(cp, pos) : m_text.find_first_of(cp, pos),
-                        isValid(c) ? modelFind(m, Model(1, c), pos) : invalid());
         case 11:
-            return READ(form == 0 ? m_text.rfind(cp, pos) : m_text.find_last_of(cp, pos),
-                        isValid(c) ? modelFind(m, Model(1, c), pos, true) : invalid());
+            return READ(step == 10 ? (form == 0 ? m_text.find(cp, pos) : m_text.find_first_of(cp, pos))
+                                   : (form == 0 ? m_text.rfind(cp, pos) : m_text.find_last_of(cp, pos)),
+                        isValid(c) ? modelFind(m, Model(1, c), pos, step == 11) : invalid());
         case 12: return READ(m_text.find_first_of(source, pos), scan(m, pos, in(sourceModel)));
         case 13: return READ(m_text.find_last_of(source, pos), scan(m, pos, in(sourceModel), true));
         case 14: return READ(m_text.find_first_not_of(source, pos), scan(m, pos, in(sourceModel, false)));

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <iomanip>
 #include <random>
 #include <sstream>
 #include <tuple>
@@ -24,14 +25,11 @@ const unsigned int npos = Utf8String::npos;
 // "aé€😀": code points of one to four bytes.
 const std::string mixed = "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80";
 
-class SeededChoices : public corvo_model::Choices
+struct SeededChoices : corvo_model::Choices
 {
-public:
     explicit SeededChoices(unsigned int seed) : m_random(seed) {}
     unsigned int below(unsigned int bound) override { return m_random() % bound; }
     bool exhausted() const override { return false; }
-
-private:
     std::mt19937 m_random;
 };
 
@@ -104,8 +102,7 @@ TEST(Utf8String, RefusalsBeyondTheModel)
 
 TEST(Utf8String, EncodingsAndTheirScratchBuffers)
 {
-    const Utf8String empty;
-    EXPECT_TRUE(empty.empty() && empty.begin() == empty.end() && empty.max_size() == 0xFFFFFFFEu);
+    EXPECT_TRUE(Utf8String().empty() && Utf8String().max_size() == 0xFFFFFFFEu);
     EXPECT_EQ(Utf8String("a\0b").size(), 1u); // a char pointer ends at its NUL, std::string does not
 
     const Utf8String text(mixed);
@@ -141,8 +138,6 @@ TEST(Utf8String, ExtractionRepairsAndInsertionStopsAtNul)
     EXPECT_TRUE(!empty && target.empty());
 
     std::ostringstream out;
-    out.width(6);
-    out.fill('.');
-    out << Utf8String(std::string("ab\0cd", 5));
+    out << std::setw(6) << std::setfill('.') << Utf8String(std::string("ab\0cd", 5));
     EXPECT_EQ(out.str(), "....ab");
 }

@@ -27,8 +27,7 @@ std::vector<std::wstring> tokensOf(Tokenizer& tokenizer)
 TEST(WideString, WideningSignExtendsBytesAndNarrowingRefusesAbove255)
 {
     const std::wstring wide = str_to_tstr(std::string("a\0\x7F\x80\xE9\xFF", 6));
-    const std::wstring expected = {L'a', 0, 0x7F, 0xFF80, 0xFFE9, 0xFFFF};
-    EXPECT_EQ(wide, expected);
+    EXPECT_EQ(wide, (std::wstring{L'a', 0, 0x7F, 0xFF80, 0xFFE9, 0xFFFF}));
     EXPECT_EQ(tstr_to_str(std::wstring(L"a\0\x00E9\x00FF", 4)), std::string("a\0\xE9\xFF", 4));
     EXPECT_EQ(tstr_to_str(L""), "");
     // So a byte from 0x80 up does not come back.
@@ -45,12 +44,10 @@ TEST(WideString, InPlaceEdits)
     EXPECT_TRUE(id == L"id-5" && text == L"a b" && doubled == L"aaXaa");
     EXPECT_EQ(trimLeft(left) + trimRight(right), L"x  x");
     const std::wstring original(L" x ");
-    EXPECT_TRUE(trim(original) == L"x" && original == L" x ");
-    for (const wchar_t* blank : {L"", L" \t\r\n\v\f"})
-        EXPECT_EQ(trim(std::wstring(blank)), L"");
-    text = L"abab";
-    EXPECT_EQ(replaceIn(text, L"", L"z"), L"abab");
-    EXPECT_EQ(replaceIn(text, L"b", L""), L"aa");
+    EXPECT_TRUE(trim(original) == L"x" && original == L" x " && trim(std::wstring()).empty() &&
+                trim(std::wstring(L" \t\r\n\v\f")).empty());
+    // An empty needle replaces nothing; an empty replacement removes.
+    EXPECT_EQ(replaceIn(replaceIn(text = L"abab", L"", L"z"), L"b", L""), L"aa");
 }
 
 TEST(WideString, IsNumericReadsOneWholeDecimalNumberForTheThreeBases)
@@ -60,8 +57,7 @@ TEST(WideString, IsNumericReadsOneWholeDecimalNumberForTheThreeBases)
     for (const wchar_t* other : {L"12 ", L"12a", L"", L" "})
         EXPECT_FALSE(isNumeric(other, 512)) << other;
     // The base selects nothing; this platform's own flag values are no base.
-    EXPECT_FALSE(isNumeric(L"ff", 2048));
-    EXPECT_TRUE(isNumeric(L"9", 1024));
+    EXPECT_TRUE(!isNumeric(L"ff", 2048) && isNumeric(L"9", 1024));
     for (int base : {10, 16, 8, 2})
         EXPECT_FALSE(isNumeric(L"12", base)) << base;
 }
@@ -70,12 +66,10 @@ TEST(Tokenizer, RunsOfDelimitersGiveNoEmptyTokensAndEachCallMayHaveItsOwnSet)
 {
     Tokenizer words(L" a  \tb\r\n");
     EXPECT_EQ(tokensOf(words), (std::vector<std::wstring>{L"a", L"b"}));
-    EXPECT_FALSE(words.nextToken());
-    EXPECT_EQ(words.getToken(), L"b");
+    EXPECT_TRUE(!words.nextToken() && words.getToken() == L"b");
 
     Tokenizer blank(L" \t\r\n");
-    EXPECT_FALSE(blank.nextToken());
-    EXPECT_EQ(blank.getToken(), L"");
+    EXPECT_TRUE(!blank.nextToken() && blank.getToken().empty());
 
     Tokenizer whole(L" a ", L"");
     EXPECT_EQ(tokensOf(whole), (std::vector<std::wstring>{L" a "}));
