@@ -146,8 +146,6 @@ TEST(Logger, PolicyManagement)
     logger().log(LogError, "t", "lost");
     logger().enablePolicy("managed");
     logger().log(LogError, "t", "kept");
-    ASSERT_EQ(records.size(), 1u);
-    EXPECT_EQ(records[0].text, "kept");
 
     // Enabled through enablePolicy, it stays in the disabled map as well.
     logger().disablePolicy("managed");
@@ -167,7 +165,7 @@ TEST(Logger, PolicyManagement)
     logger().logToConsole(true);
     logger().log(LogError, "t", "to the built-in");
     logger().logToConsole(false);
-    ASSERT_EQ(records.size(), 3u);
+    ASSERT_EQ(p.texts(), (Texts{"kept", "to both", "to both"}));
     EXPECT_EQ(records[1].policy + records[2].policy, "consolemanaged");
     EXPECT_NE(capture.text().find("] to the built-in"), std::string::npos);
 }
@@ -276,22 +274,13 @@ TEST(Logger, FilePoliciesWriteEveryHeadAsTheirOwnLogWould)
         void log(const std::string& head, const std::string& text) override { LogToFilePolicy::log(head, "d:" + text); }
         using LogToFilePolicy::log;
     };
-    const std::string longTag(2000, 'T'), longText(5000, 'x'), cutText = std::string(290, 'y') + '\0' + "z";
-    // The tag, the text, and the ends of the line: the head's and the text's.
-    const struct { std::string tag, text, headEnd, textEnd; } records[] = {
-        {longTag, "a", " [[ERROR]" + longTag + "] ", "a"},
-        {std::string("cut\0tag", 7), "b", " [[ERROR]cut", "b"},
-        {"t", longText, " [[ERROR]t] ", longText},
-        {"abc", "c", " [[ERROR]abc] ", "c"},
-        {"abd", "d", " [[ERROR]abd] ", "d"},
-        {"abcdefgh", "e", " [[ERROR]abcdefgh] ", "e"},
-        {"abcdefgi", "f", " [[ERROR]abcdefgi] ", "f"},
-        {"abcdefghijklmnopq", "g", " [[ERROR]abcdefghijklmnopq] ", "g"},
-        {"abcdefghijklmnopr", "h", " [[ERROR]abcdefghijklmnopr] ", "h"},
-        {"t", std::string("0123456\0x", 9), " [[ERROR]t] ", "0123456"},
-        {"t", std::string("01234567\0", 9), " [[ERROR]t] ", "01234567"},
-        {"t", std::string("0123456789abcdef0\0", 18), " [[ERROR]t] ", "0123456789abcdef0"},
-        {"t", cutText, " [[ERROR]t] ", std::string(290, 'y')},
+    const std::string longTag(2000, 'T');
+    // The tag and the text; the head and the text each end at a NUL.
+    const std::pair<std::string, std::string> records[] = {
+        {longTag, "a"}, {std::string("cut\0tag", 7), "b"}, {"t", std::string(5000, 'x')}, {"abc", "c"}, {"abd", "d"},
+        {"abcdefgh", "e"}, {"abcdefgi", "f"}, {"abcdefghijklmnopq", "g"}, {"abcdefghijklmnopr", "h"},
+        {"t", std::string("0123456\0x", 9)}, {"t", std::string("01234567\0", 9)},
+        {"t", std::string("0123456789abcdef0\0", 18)}, {"t", std::string(290, 'y') + '\0' + "z"},
     };
     TempDirectory dir("kept-head");
     {
@@ -300,21 +289,20 @@ TEST(Logger, FilePoliciesWriteEveryHeadAsTheirOwnLogWould)
         for (LogPolicy* policy : {static_cast<LogPolicy*>(&file), static_cast<LogPolicy*>(&derived)}) {
             logger().setLogFilterLevel(LogDebug);
             logger().addPolicy(*policy, true);
-            for (const auto& record : records)
-                logger().log(LogError, record.tag, record.text);
+            for (const auto& [tag, text] : records)
+                logger().log(LogError, tag, text);
             logger().logToFile(false);
         }
     }
     const std::string column = threadNumber() + " - ";
-    auto endsWith = [](const std::string& line, const std::string& end) {
-        return line.size() >= end.size() && line.compare(line.size() - end.size(), end.size(), end) == 0;
-    };
     for (const std::string mark : {"", "d:"}) {
         const Texts lines = dir.lines(mark.empty() ? "file.log" : "derived.log");
         ASSERT_EQ(lines.size(), std::size(records)) << mark;
         for (std::size_t i = 0; i < lines.size(); ++i) {
-            EXPECT_TRUE(endsWith(lines[i], records[i].headEnd + mark + records[i].textEnd)) << lines[i];
-            EXPECT_EQ(lines[i].compare(0, column.size(), column), 0) << lines[i];
+            // The line without its time, which takes 19 characters.
+            const std::string head = " [[ERROR]" + records[i].first + "] ";
+            EXPECT_EQ(lines[i].substr(0, column.size()) + lines[i].substr(column.size() + 19),
+                      column + head.c_str() + mark + records[i].second.c_str());
         }
     }
 }
@@ -388,8 +376,6 @@ TEST(UnitTestSuite, RunsInConstructionOrderAndRepeatsAllResults)
     EXPECT_EQ(recorder.texts(), (Texts{start("A"), "\t|_early", "\t|_a1", end, start("B"), "\t|_early", "\t|_a1",
                                        "\t|_b1", "\t|_b2", end, start("Broken")}));
     EXPECT_EQ(c.runs, 0);
-    for (const Record& r : recorder.records)
-        EXPECT_EQ(r.head, "");
     recorder.records.clear();
     UnitTestSuite::printResult();
     UnitTestSuite::printResult();
