@@ -203,7 +203,9 @@ public:
 // Until a waiter has first had to sleep, the setter's store and look are
 // ordered by the barrier pair, for which that waiter pays; from then on the
 // setter exchanges the word, as an event that threads wait on is set often
-// and the barrier would cost every sleeper.
+// and the barrier would cost every sleeper. A waiter may skip the barrier
+// only once one has been passed since the last setter that could still use
+// the pair looked, which is what the third mode says.
 class EventObject : public KernelObject
 {
 public:
@@ -219,9 +221,10 @@ public:
         if (take())
             return WaitOutcome::Acquired;
         m_waiters.fetch_add(1);
-        if (!m_waitedOn.load(std::memory_order_relaxed)) {
-            m_waitedOn.store(true, std::memory_order_relaxed);
+        if (m_mode.load() != exchanging) {
+            m_mode.store(changing);
             heavyBarrier();
+            m_mode.store(exchanging);
         }
         WaitOutcome outcome = WaitOutcome::Acquired;
         while (!take())
@@ -241,7 +244,7 @@ public:
         }
         if (m_signalled.load() != 0)
             return;
-        if (m_waitedOn.load(std::memory_order_relaxed)) {
+        if (m_mode.load() != paired) {
             if (m_signalled.exchange(1) != 0)
                 return;
         } else {
@@ -262,7 +265,11 @@ private:
     const bool m_manualReset;
     std::atomic<std::uint32_t> m_signalled;
     std::atomic<unsigned> m_waiters{0};
-    std::atomic<bool> m_waitedOn{false}; // once a waiter has had to sleep
+    // How a setter orders its store and its look: by the barrier pair, until
+    // a waiter first has to sleep; then by an exchange, once that waiter's
+    // barrier is passed.
+    enum Mode : unsigned { paired, changing, exchanging };
+    std::atomic<Mode> m_mode{paired};
 };
 
 // The handle of a new object, or, for a name, of the object that the name
