@@ -265,9 +265,9 @@ private:
     const bool m_manualReset;
     std::atomic<std::uint32_t> m_signalled;
     std::atomic<unsigned> m_waiters{0};
-    // How a setter orders its store and its look: by the barrier pair, until
-    // a waiter first has to sleep; then by an exchange, once that waiter's
-    // barrier is passed.
+    // How a setter orders its store and its look: by the barrier pair until
+    // a waiter first has to sleep, then by an exchange. Waiters skip their
+    // own barrier only once the first one's has ended.
     enum Mode : unsigned { paired, changing, exchanging };
     std::atomic<Mode> m_mode{paired};
 };
