@@ -211,9 +211,7 @@ thread_local ThreadHazards threadHazards;
 
 // Made before any code runs, and with nothing to destroy: threads may close
 // handles while the process exits.
-HandleTable table;
-
-HandleTable& handles() { return table; }
+HandleTable handles;
 
 ThreadHazards::~ThreadHazards()
 {
@@ -315,13 +313,13 @@ WaitOutcome KernelObject::wait(const Deadline&)
 
 HANDLE makeHandle(std::shared_ptr<KernelObject> object, DWORD access)
 {
-    return object ? handles().insert(std::move(object), access) : nullptr;
+    return object ? handles.insert(std::move(object), access) : nullptr;
 }
 
 void HeldObject::hold(HANDLE handle, const KernelObject::Kind* kind, DWORD access)
 {
     std::atomic<HandleTable::Slot*>* hazard = nullptr;
-    HandleTable::Slot* slot = handles().enter(handle, hazard);
+    HandleTable::Slot* slot = handles.enter(handle, hazard);
     if (!slot) {
         fail(ERROR_INVALID_HANDLE, false);
         return;
@@ -340,7 +338,7 @@ void HeldObject::hold(HANDLE handle, const KernelObject::Kind* kind, DWORD acces
 HeldObject::~HeldObject()
 {
     if (m_slot)
-        handles().leave(*static_cast<HandleTable::Slot*>(m_slot),
+        handles.leave(*static_cast<HandleTable::Slot*>(m_slot),
                         static_cast<std::atomic<HandleTable::Slot*>*>(m_hazard));
 }
 
@@ -494,7 +492,7 @@ BOOL CloseHandle(HANDLE handle)
 {
     if (isPseudoHandle(handle))
         return TRUE;
-    return handles().remove(handle) ? TRUE : fail(ERROR_INVALID_HANDLE, FALSE);
+    return handles.remove(handle) ? TRUE : fail(ERROR_INVALID_HANDLE, FALSE);
 }
 
 DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds)

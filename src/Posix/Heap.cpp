@@ -50,7 +50,6 @@ namespace {
 
 using Vesk::Corvo::Posix::fail;
 using Vesk::Corvo::Posix::failFromErrno;
-using Vesk::Corvo::Posix::pauseWhileSpinning;
 
 const std::size_t headerSize = 16;
 // A free block holds its header, two links and its size at its end.
@@ -107,6 +106,13 @@ struct Segment
     std::size_t mapped;
 };
 
+void pause()
+{
+#if defined(__x86_64__) || defined(__i386__)
+    __builtin_ia32_pause();
+#endif
+}
+
 // A waiter backs off for twice as long each time it finds the lock taken:
 // two threads that retry at once keep the heap's lines bouncing between
 // their caches, which costs far more than the short work done under it.
@@ -120,7 +126,7 @@ public:
             int rounds = 0;
             do {
                 for (int i = 0; i < delay; ++i)
-                    pauseWhileSpinning();
+                    pause();
                 if (delay < maximumDelay)
                     delay *= 2;
                 else if (++rounds == 50) {

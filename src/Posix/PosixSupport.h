@@ -48,15 +48,6 @@ auto retryOnInterrupt(Call call) -> decltype(call())
 // with the name of the call instead of going unnoticed.
 void abortOnError(int error, const char* call);
 
-// One turn of a spin on a word that another core will change: tells the
-// core so, which saves power and lets a sibling hyperthread run.
-inline void pauseWhileSpinning()
-{
-#if defined(__x86_64__) || defined(__i386__)
-    __builtin_ia32_pause();
-#endif
-}
-
 } // namespace Posix
 } // namespace Corvo
 } // namespace Vesk
